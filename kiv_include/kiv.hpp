@@ -1,0 +1,10 @@
+// KIV Library: the umbrella header. Includes every public header of the
+// library; a program may include the family headers it needs instead.
+#ifndef KIV_HPP
+#define KIV_HPP
+
+#include "kiv_config.hpp"
+#include "kiv_error.hpp"
+#include "kiv_exception.hpp"
+
+#endif

@@ -1,0 +1,25 @@
+#!/bin/sh
+# Usage: run_consumers.sh <build dir> <consumer sources> <c++ compiler>
+set -eu
+build=$1
+src=$2
+cxx=$3
+tmp=$(mktemp -d "${TMPDIR:-/tmp}/kivconsumer.XXXXXX")
+trap 'rm -rf "$tmp"' EXIT INT TERM
+
+cmake --install "$build" --prefix "$tmp/prefix" >"$tmp/install.log"
+
+echo "== find_package(Kiv) consumer"
+cmake -S "$src/cmake" -B "$tmp/cmake-build" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$tmp/prefix" -DCMAKE_CXX_COMPILER="$cxx" >"$tmp/configure.log"
+cmake --build "$tmp/cmake-build" >"$tmp/build.log"
+"$tmp/cmake-build/kiv_cmake_consumer"
+
+echo "== pkg-config consumer"
+pc=$(find "$tmp/prefix" -name kiv.pc)
+PKG_CONFIG_PATH=$(dirname "$pc")
+export PKG_CONFIG_PATH
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$src/pkgconfig/main.cpp" \
+  -o "$tmp/kiv_pkgconfig_consumer" $(pkg-config --cflags --libs kiv)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir kiv) "$tmp/kiv_pkgconfig_consumer"
