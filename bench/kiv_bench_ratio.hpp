@@ -1,0 +1,57 @@
+// Runs the registered benchmarks and then prints, for each pair of an own
+// benchmark and its peer, the ratio of their times per iteration
+// (ours / peer: below 1 means we are faster).
+//
+// Use: KIV_BENCH_MAIN({{"BM_ours/16", "BM_peer/16"}, ...}) instead of
+// BENCHMARK_MAIN().
+#ifndef KIV_BENCH_RATIO_HPP
+#define KIV_BENCH_RATIO_HPP
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kivbench {
+
+class CollectingReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+        m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  const std::map<std::string, double>& times() const { return m_times; }
+
+ private:
+  std::map<std::string, double> m_times;
+};
+
+inline int runWithRatios(int argc, char** argv,
+                         const std::vector<std::pair<std::string, std::string>>& pairs) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  CollectingReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  std::printf("\n%-44s %-44s %8s\n", "ours", "peer", "ratio");
+  for (const auto& [ours, peer] : pairs) {
+    const auto a = reporter.times().find(ours);
+    const auto b = reporter.times().find(peer);
+    if (a == reporter.times().end() || b == reporter.times().end() || b->second == 0) continue;
+    std::printf("%-44s %-44s %8.3f\n", ours.c_str(), peer.c_str(), a->second / b->second);
+  }
+  benchmark::Shutdown();
+  return 0;
+}
+
+}  // namespace kivbench
+
+#define KIV_BENCH_MAIN(...) \
+  int main(int argc, char** argv) { return kivbench::runWithRatios(argc, argv, __VA_ARGS__); }
+
+#endif

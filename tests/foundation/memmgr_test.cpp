@@ -1,0 +1,263 @@
+// The memory manager: the default allocator, user allocators that fail on
+// demand, every out-of-memory path with its record and throw site, and the
+// zeroed allocation.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "kiv_memmgr.hpp"
+
+// Under AddressSanitizer a failing malloc must return null as it does in a
+// plain build, so that the runtime-out-of-memory path can be reached.
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+
+namespace {
+
+// A user allocator that counts its calls, records the sizes asked for, and
+// fails from a chosen call on.
+struct FailingAllocator {
+  static inline int calls = 0;
+  static inline int failFrom = -1;  // index of the first failing call; -1: never
+  static inline std::size_t lastSize = 0;
+  static inline int frees = 0;
+  static inline int reallocs = 0;
+
+  static void reset(int failAt) {
+    calls = 0;
+    failFrom = failAt;
+    lastSize = 0;
+    frees = 0;
+    reallocs = 0;
+  }
+  static void* allocate(std::size_t size) {
+    lastSize = size;
+    const bool fail = failFrom >= 0 && calls >= failFrom;
+    ++calls;
+    if (fail) return nullptr;
+    // Filled with a pattern so that zeroing by kivCalloc can be seen.
+    void* p = std::malloc(size == 0 ? 1 : size);
+    std::memset(p, 0xAA, size);
+    return p;
+  }
+  static void* reallocate(void* p, std::size_t size) {
+    lastSize = size;
+    ++reallocs;
+    const bool fail = failFrom >= 0 && calls >= failFrom;
+    ++calls;
+    return fail ? nullptr : std::realloc(p, size);
+  }
+  static void deallocate(void* p) {
+    ++frees;
+    std::free(p);
+  }
+};
+
+class MemoryManager : public ::testing::Test {
+ protected:
+  void SetUp() override { FailingAllocator::reset(-1); }
+  void TearDown() override { kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free); }
+
+  static void useFailingAllocator(int failAt, bool withRealloc = true) {
+    FailingAllocator::reset(failAt);
+    kivSetNewMemoryManager(&FailingAllocator::allocate,
+                           withRealloc ? &FailingAllocator::reallocate : nullptr,
+                           &FailingAllocator::deallocate);
+  }
+};
+
+// Runs `f`, expects a KivClExceptionFatal and returns it.
+template <typename F>
+KivClExceptionFatal expectFatal(F f) {
+  try {
+    f();
+  } catch (const KivClExceptionFatal& e) {
+    return e;
+  } catch (...) {
+    ADD_FAILURE() << "threw something other than KivClExceptionFatal";
+    return KivClExceptionFatal();
+  }
+  ADD_FAILURE() << "did not throw";
+  return KivClExceptionFatal();
+}
+
+void expectRecord(const KivClException& e, long id, KivEnErrorClass c, KivEnErrorSeverity s,
+                  KivEnErrorAction a) {
+  EXPECT_EQ(e.getError().id, id);
+  EXPECT_EQ(e.getError().errorClass, c);
+  EXPECT_EQ(e.getError().severity, s);
+  EXPECT_EQ(e.getError().action, a);
+  ASSERT_NE(e.getCause(), nullptr);
+  EXPECT_STREQ(e.getCause(), "");
+}
+
+TEST_F(MemoryManager, StartsWithThePlatformFunctions) {
+  EXPECT_EQ(KivClMemoryManager::cv_pfuAllocatorCallback, &std::malloc);
+  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, &std::realloc);
+  EXPECT_EQ(KivClMemoryManager::cv_pfuDeallocatorCallback, &std::free);
+  EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
+}
+
+TEST_F(MemoryManager, DefaultMallocOfZeroReturnsPlatformResultWithoutThrowing) {
+  void* p = nullptr;
+  EXPECT_NO_THROW(p = kivMalloc(0));
+  EXPECT_NE(p, nullptr);
+  kivFree(p);
+}
+
+TEST_F(MemoryManager, UserAllocatorFailingThrowsUserOutOfMemoryAtLine359) {
+  useFailingAllocator(0);
+  const KivClExceptionFatal e = expectFatal([] { kivMalloc(64); });
+  expectRecord(e, KIV_MEMMGR_USER_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 359u);
+  EXPECT_STREQ(e.getModule(), "kiv_include/kiv_memmgr.hpp:359");
+  EXPECT_EQ(FailingAllocator::lastSize, 64u);
+}
+
+TEST_F(MemoryManager, PlatformAllocatorFailingThrowsRuntimeOutOfMemory) {
+  const KivClExceptionFatal e = expectFatal([] { kivMalloc(SIZE_MAX - 4096); });
+  expectRecord(e, KIV_MEMMGR_RUNTIME_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 359u);
+}
+
+TEST_F(MemoryManager, ZeroSizeAllocationReturningNullThrowsZeroSizeObject) {
+  useFailingAllocator(0);
+  const KivClExceptionFatal e = expectFatal([] { kivMalloc(0); });
+  expectRecord(e, KIV_MEMMGR_ZERO_SIZE_OBJECT, KivEnErrorClass::INVALID_DATA,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 359u);
+}
+
+TEST_F(MemoryManager, FailureIsCaughtAsKivClException) {
+  useFailingAllocator(0);
+  EXPECT_THROW(kivMalloc(8), KivClException);
+  EXPECT_THROW(kivCalloc(2, 8), KivClExceptionABase);
+}
+
+TEST_F(MemoryManager, CallocFailingThrowsWithTheProductAsSize) {
+  useFailingAllocator(0);
+  const KivClExceptionFatal e = expectFatal([] { kivCalloc(3, 5); });
+  expectRecord(e, KIV_MEMMGR_USER_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 359u);
+  EXPECT_EQ(FailingAllocator::lastSize, 15u);
+}
+
+TEST_F(MemoryManager, CallocReturnsZeroedBytes) {
+  useFailingAllocator(-1);
+  auto* p = static_cast<unsigned char*>(kivCalloc(3, 5));
+  EXPECT_EQ(FailingAllocator::lastSize, 15u);
+  for (int i = 0; i < 15; ++i) EXPECT_EQ(p[i], 0) << i;
+  kivFree(p);
+  EXPECT_EQ(FailingAllocator::frees, 1);
+}
+
+TEST_F(MemoryManager, CallocProductWrapsWithoutCheck) {
+  useFailingAllocator(-1);
+  // (2^63 + 1) x 2 wraps to 2 in 64-bit arithmetic and is allocated as such.
+  void* p = kivCalloc((std::size_t{1} << 63) + 1, 2);
+  EXPECT_EQ(FailingAllocator::lastSize, 2u);
+  kivFree(p);
+}
+
+TEST_F(MemoryManager, UserAllocatorWithoutReallocatorMakesReallocThrow) {
+  useFailingAllocator(-1, /*withRealloc=*/false);
+  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, nullptr);
+  void* p = kivMalloc(8);
+  const KivClExceptionFatal e = expectFatal([p] { kivRealloc(p, 16); });
+  expectRecord(e, KIV_MEMMGR_NO_USER_REALLOC_FUNC, KivEnErrorClass::FUNCTION_NOT_SUPPORTED,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::ABORT);
+  EXPECT_EQ(e.getLine(), 267u);
+  EXPECT_STREQ(e.getModule(), "foundation/kiv_memmgr.cpp:267");
+  kivFree(p);
+}
+
+TEST_F(MemoryManager, ReallocatorFailingThrowsAtLine277) {
+  useFailingAllocator(1);
+  void* p = kivMalloc(8);
+  const KivClExceptionFatal e = expectFatal([p] { kivRealloc(p, 32); });
+  expectRecord(e, KIV_MEMMGR_USER_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 277u);
+  EXPECT_STREQ(e.getModule(), "foundation/kiv_memmgr.cpp:277");
+  EXPECT_EQ(FailingAllocator::lastSize, 32u);
+  kivFree(p);
+}
+
+TEST_F(MemoryManager, ReallocKeepsContents) {
+  auto* p = static_cast<char*>(kivMalloc(4));
+  std::memcpy(p, "abc", 4);
+  p = static_cast<char*>(kivRealloc(p, 4096));
+  EXPECT_STREQ(p, "abc");
+  kivFree(p);
+}
+
+TEST_F(MemoryManager, ReallocToZeroWithFreeingReallocatorThrowsZeroSizeObject) {
+  // A reallocator that, like the platform's, frees the block and returns
+  // null for size 0.
+  struct FreeingRealloc {
+    static void* fn(void* p, std::size_t size) {
+      if (size == 0) {
+        std::free(p);
+        return nullptr;
+      }
+      return std::realloc(p, size);
+    }
+  };
+  kivSetNewMemoryManager(&std::malloc, &FreeingRealloc::fn, &std::free);
+  void* p = kivMalloc(16);
+  const KivClExceptionFatal e = expectFatal([p] { kivRealloc(p, 0); });
+  expectRecord(e, KIV_MEMMGR_ZERO_SIZE_OBJECT, KivEnErrorClass::INVALID_DATA,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 277u);
+}
+
+TEST_F(MemoryManager, SetWithMallocAndNullReallocRestoresRealloc) {
+  useFailingAllocator(-1);
+  EXPECT_TRUE(KivClMemoryManager::hasUserDefinedMgr());
+  kivSetNewMemoryManager(&std::malloc, nullptr, &std::free);
+  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, &std::realloc);
+  EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
+}
+
+TEST_F(MemoryManager, OnlyTheAllocatorDecidesWhetherTheManagerIsUserDefined) {
+  kivSetNewMemoryManager(&std::malloc, &FailingAllocator::reallocate,
+                         &FailingAllocator::deallocate);
+  EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
+  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, &FailingAllocator::reallocate);
+  kivSetNewMemoryManager(&FailingAllocator::allocate, &std::realloc, &std::free);
+  EXPECT_TRUE(KivClMemoryManager::hasUserDefinedMgr());
+}
+
+TEST_F(MemoryManager, UserAllocatorIsCalledAndFreeGoesToItsDeallocator) {
+  useFailingAllocator(-1);
+  void* p = kivMalloc(10);
+  EXPECT_EQ(FailingAllocator::calls, 1);
+  kivFree(p);
+  EXPECT_EQ(FailingAllocator::frees, 1);
+  KivClMemoryManager::free(kivMalloc(3));
+  EXPECT_EQ(FailingAllocator::frees, 2);
+}
+
+TEST_F(MemoryManager, FreeOfNullDoesNothing) {
+  useFailingAllocator(-1);
+  kivFree(nullptr);
+  KivClMemoryManager::free(nullptr);
+  EXPECT_EQ(FailingAllocator::frees, 0);
+}
+
+TEST_F(MemoryManager, OutOfMemoryUsesTheGivenLocationAndLine) {
+  const KivClExceptionFatal e =
+      expectFatal([] { KivClMemoryManager::outOfMemory("somewhere.cpp:42", 42, 100); });
+  expectRecord(e, KIV_MEMMGR_RUNTIME_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_STREQ(e.getModule(), "somewhere.cpp:42");
+  EXPECT_EQ(e.getLine(), 42u);
+}
+
+}  // namespace
