@@ -4,7 +4,10 @@
 #define KIV_HPP
 
 #include "kiv_config.hpp"
+#include "kiv_bitarray.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
+#include "kiv_language.hpp"
+#include "kiv_random.hpp"
 
 #endif
