@@ -8,6 +8,8 @@
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
 #include "kiv_language.hpp"
+#include "kiv_msgtable.hpp"
 #include "kiv_random.hpp"
+#include "kiv_strep.hpp"
 
 #endif
