@@ -4,7 +4,9 @@
 #define KIV_HPP
 
 #include "kiv_config.hpp"
+#include "kiv_base.hpp"
 #include "kiv_bitarray.hpp"
+#include "kiv_envvar.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
 #include "kiv_language.hpp"

@@ -1,0 +1,76 @@
+// Number to decimal text. All five public functions share one routine, so
+// that every width and signedness prints the same way, the most negative
+// values included.
+
+#include <cstdint>
+
+#include "kiv_base.hpp"
+
+namespace {
+
+// "00" to "99": the two digits of every value below 100, tens first.
+constexpr char gs_achDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// Writes "-" when `negative`, then the decimal digits of `magnitude`, then
+// the NUL; returns the number of characters before the NUL. The digits are
+// produced least significant first and then reversed in place; the sign
+// stays where it is. Two digits are taken per division where possible,
+// which yields the same digits in the same order with half the divisions.
+int toDecimal(bool negative, std::uint64_t magnitude, char* buffer) {
+  char* out = buffer;
+  if (negative) *out++ = '-';
+  char* const firstDigit = out;
+  while (magnitude >= 100) {
+    const auto pair = static_cast<unsigned>(magnitude % 100) * 2;
+    magnitude /= 100;
+    *out++ = gs_achDigitPairs[pair + 1];
+    *out++ = gs_achDigitPairs[pair];
+  }
+  if (magnitude >= 10) {
+    const auto pair = static_cast<unsigned>(magnitude) * 2;
+    *out++ = gs_achDigitPairs[pair + 1];
+    *out++ = gs_achDigitPairs[pair];
+  } else {
+    *out++ = static_cast<char>('0' + magnitude);
+  }
+  *out = '\0';
+  for (char *low = firstDigit, *high = out - 1; low < high; ++low, --high) {
+    const char digit = *low;
+    *low = *high;
+    *high = digit;
+  }
+  return static_cast<int>(out - buffer);
+}
+
+// A signed value: the magnitude of a negative one is its two's-complement
+// negation as an unsigned 64-bit number, which is right for the most
+// negative value too.
+int signedToDecimal(std::int64_t value, char* buffer) {
+  if (buffer == nullptr) return 0;
+  const auto bits = static_cast<std::uint64_t>(value);
+  return value < 0 ? toDecimal(true, 0 - bits, buffer) : toDecimal(false, bits, buffer);
+}
+
+int unsignedToDecimal(std::uint64_t value, char* buffer) {
+  if (buffer == nullptr) return 0;
+  return toDecimal(false, value, buffer);
+}
+
+}  // namespace
+
+extern "C" {
+
+int kivItoa(std::int32_t value, char* buffer) { return signedToDecimal(value, buffer); }
+
+int kivLtoa(long value, char* buffer) { return signedToDecimal(value, buffer); }
+
+int kivI64toa(std::int64_t value, char* buffer) { return signedToDecimal(value, buffer); }
+
+int kivULtoa(unsigned long value, char* buffer) { return unsignedToDecimal(value, buffer); }
+
+int kivW64toa(std::uint64_t value, char* buffer) { return unsignedToDecimal(value, buffer); }
+
+}  // extern "C"
