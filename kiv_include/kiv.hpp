@@ -13,5 +13,6 @@
 #include "kiv_msgtable.hpp"
 #include "kiv_random.hpp"
 #include "kiv_strep.hpp"
+#include "kiv_strmatch.hpp"
 
 #endif
