@@ -4,8 +4,11 @@
 #define KIV_HPP
 
 #include "kiv_config.hpp"
+#include "kiv_argv.hpp"
 #include "kiv_base.hpp"
 #include "kiv_bitarray.hpp"
+#include "kiv_conuiparams.hpp"
+#include "kiv_cursor.hpp"
 #include "kiv_envvar.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
@@ -14,5 +17,6 @@
 #include "kiv_random.hpp"
 #include "kiv_strep.hpp"
 #include "kiv_strmatch.hpp"
+#include "kiv_usage.hpp"
 
 #endif
