@@ -19,6 +19,8 @@
 #include "kiv_filename.hpp"
 #include "kiv_language.hpp"
 #include "kiv_location.hpp"
+#include "kiv_message.hpp"
+#include "kiv_msgcat.hpp"
 #include "kiv_msgtable.hpp"
 #include "kiv_pathprop.hpp"
 #include "kiv_random.hpp"

@@ -23,3 +23,11 @@ export PKG_CONFIG_PATH
 "$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$src/pkgconfig/main.cpp" \
   -o "$tmp/kiv_pkgconfig_consumer" $(pkg-config --cflags --libs kiv)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir kiv) "$tmp/kiv_pkgconfig_consumer"
+
+echo "== installed message catalog"
+test -f "$tmp/prefix/share/kiv/nls/qrnmsg50.cat"
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$src/msgcat/main.cpp" \
+  -o "$tmp/kiv_msgcat_consumer" $(pkg-config --cflags --libs kiv)
+NLSPATH="$tmp/prefix/share/kiv/nls/%N" LD_LIBRARY_PATH=$(pkg-config --variable=libdir kiv) \
+  "$tmp/kiv_msgcat_consumer"
