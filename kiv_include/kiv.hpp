@@ -21,6 +21,7 @@
 #include "kiv_filename.hpp"
 #include "kiv_language.hpp"
 #include "kiv_location.hpp"
+#include "kiv_mempool.hpp"
 #include "kiv_message.hpp"
 #include "kiv_msgcat.hpp"
 #include "kiv_msgtable.hpp"
