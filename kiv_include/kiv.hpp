@@ -19,6 +19,8 @@
 #include "kiv_file.hpp"
 #include "kiv_fileabase.hpp"
 #include "kiv_filename.hpp"
+#include "kiv_inifile.hpp"
+#include "kiv_inisave.hpp"
 #include "kiv_language.hpp"
 #include "kiv_location.hpp"
 #include "kiv_mempool.hpp"

@@ -13,6 +13,8 @@ make
 libgtest-dev
 libgmock-dev
 libbenchmark-dev
+libinih-dev
+libglib2.0-dev
 libicu-dev
 pkg-config
 libc-bin
