@@ -7,6 +7,7 @@
 #include "kiv_argv.hpp"
 #include "kiv_base.hpp"
 #include "kiv_bitarray.hpp"
+#include "kiv_conui.hpp"
 #include "kiv_conuiparams.hpp"
 #include "kiv_cursor.hpp"
 #include "kiv_directory.hpp"
