@@ -4,6 +4,7 @@
 #include "kiv_filename.hpp"
 #include "kiv_filename_detail.hpp"
 
+using kiv::detail::appendSeparator;
 using kiv::detail::copyBounded;
 
 KivClFilenameABase::KivClFilenameABase() noexcept
@@ -57,13 +58,7 @@ std::size_t KivClFilenameABase::init(const char* path, std::size_t pathCount, co
   std::size_t length = copyBounded(m_szText, path, pathCount < max ? pathCount : max);
   // The style and the server prefix come from the directory alone.
   KivClPathProperty::init(m_szText);
-  if (length != 0 && length < max) {
-    const char separator = m_lStyle == KIV_PATH_STYLE_SLASH ? '/' : '\\';
-    if (m_szText[length - 1] != separator) {
-      m_szText[length++] = separator;
-      m_szText[length] = '\0';
-    }
-  }
+  length = appendSeparator(m_szText, length, m_lStyle);
   const std::size_t nameOffset = length;
   length += copyBounded(m_szText + length, name, max - length);
   if (extension != nullptr && extension[0] != '\0') {

@@ -1,11 +1,13 @@
-// Internal helpers of the file-name classes, shared by their sources and
-// reachable from the tests. Not installed, not exported.
+// Internal helpers of the file-name and location classes, shared by their
+// sources and reachable from the tests. Not installed, not exported.
 #ifndef KIV_FILENAME_DETAIL_HPP
 #define KIV_FILENAME_DETAIL_HPP
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "kiv_pathprop.hpp"
 
 class KivClRandomNumberGenerator;
 
@@ -20,6 +22,18 @@ inline std::size_t copyBounded(char* target, const char* source, std::size_t roo
   if (count != 0) std::memmove(target, source, count);
   target[count] = '\0';
   return count;
+}
+
+/// Puts the separator of path style `style` behind the `length` characters
+/// at `text` and terminates them again, unless they are empty, already end
+/// with it, or leave no room within KIV_PATH_MAX_LENGTH. Returns the new
+/// length.
+inline std::size_t appendSeparator(char* text, std::size_t length, std::int32_t style) noexcept {
+  const char separator = style == KIV_PATH_STYLE_SLASH ? '/' : '\\';
+  if (length == 0 || length >= KIV_PATH_MAX_LENGTH || text[length - 1] == separator) return length;
+  text[length++] = separator;
+  text[length] = '\0';
+  return length;
 }
 
 /// The digits of the random part of temporary names; a digit's value is

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "kiv_filename.hpp"
+#include "kiv_filename_detail.hpp"
 
 KivClLocation::KivClLocation() noexcept : m_ulLength(0) {
   m_szText[0] = '\0';
@@ -52,23 +53,15 @@ KivClLocation& KivClLocation::operator=(const char* text) noexcept {
 }
 
 void KivClLocation::assign(const char* text, std::size_t count) noexcept {
-  if (count > KIV_PATH_MAX_LENGTH) count = KIV_PATH_MAX_LENGTH;
-  const std::size_t length = text != nullptr ? strnlen(text, count) : 0;
-  if (length != 0) std::memmove(m_szText, text, length);
-  m_szText[length] = '\0';
+  const std::size_t length = kiv::detail::copyBounded(
+      m_szText, text, count < KIV_PATH_MAX_LENGTH ? count : KIV_PATH_MAX_LENGTH);
   m_ulLength = static_cast<std::uint32_t>(length);
 }
 
 void KivClLocation::init(bool normalize) noexcept {
   KivClPathProperty::init(m_szText);
-  std::size_t length = std::strlen(m_szText);
-  if (length != 0 && length < KIV_PATH_MAX_LENGTH) {
-    const char separator = m_lStyle == KIV_PATH_STYLE_SLASH ? '/' : '\\';
-    if (m_szText[length - 1] != separator) {
-      m_szText[length++] = separator;
-      m_szText[length] = '\0';
-    }
-  }
+  const std::size_t length =
+      kiv::detail::appendSeparator(m_szText, std::strlen(m_szText), m_lStyle);
   m_ulLength = static_cast<std::uint32_t>(length);
   if (normalize) {
     // The server prefix lies before the path proper and keeps its

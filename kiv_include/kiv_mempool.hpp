@@ -332,19 +332,20 @@ class KIV_EXPORT KivClMemoryPool {
   void releaseFrom(KivClMemoryPoolBlock* block, KivClMemoryPoolBlock* previous) noexcept;
   void freeBlock(KivClMemoryPoolBlock* block) noexcept;
 
-  KivClMemoryPoolBlock* m_pclFirstBlock;
-  KivClMemoryPoolBlock* m_pclCurrentBlock;
-  std::uint64_t m_ullBlockCount;
-  std::uint64_t m_ullSizeInKiB;
-  std::size_t m_ulSubsequentBlockSize;
+  // What both constructors start from: no blocks, no handler.
+  KivClMemoryPoolBlock* m_pclFirstBlock = nullptr;
+  KivClMemoryPoolBlock* m_pclCurrentBlock = nullptr;
+  std::uint64_t m_ullBlockCount = 0;
+  std::uint64_t m_ullSizeInKiB = 0;
+  std::size_t m_ulSubsequentBlockSize = 0;
   std::size_t m_ulSwitchThreshold;
-  // Set by both constructors and cleared by nothing: the inline
-  // allocate() relies on it being true.
-  bool m_fAlign;
+  // Set for every pool and cleared by nothing: the inline allocate()
+  // relies on it being true.
+  bool m_fAlign = true;
   bool m_fCallerMemory;
-  KivPfuMemoryPoolErrorHandler m_pfuErrorHandler;
-  void* m_pvUserPointer;
-  void* m_pvReserved;
+  KivPfuMemoryPoolErrorHandler m_pfuErrorHandler = nullptr;
+  void* m_pvUserPointer = nullptr;
+  void* m_pvReserved = nullptr;
 };
 
 #endif

@@ -17,6 +17,8 @@ using kiv::detail::gs_acpszLanguageInfo;
 using kiv::detail::gs_acpszTerritoryInfo;
 using kiv::detail::kLanguageRowCount;
 using kiv::detail::kTerritoryRowCount;
+using kiv::detail::LanguageRow;
+using kiv::detail::TerritoryRow;
 using Language = KivClLanguage::KivEnLanguage;
 using Territory = KivClLanguage::KivEnTerritory;
 
@@ -55,24 +57,33 @@ std::size_t findRow(const Row* rows, std::size_t rowCount, const char* Row::*col
 
 Language findLanguage(const char* code) {
   return static_cast<Language>(
-      findRow(gs_acpszLanguageInfo, kLanguageRowCount, &kiv::detail::LanguageRow::pszCode, code));
+      findRow(gs_acpszLanguageInfo, kLanguageRowCount, &LanguageRow::pszCode, code));
 }
 
 Territory findTerritory(const char* code) {
-  return static_cast<Territory>(findRow(gs_acpszTerritoryInfo, kTerritoryRowCount,
-                                        &kiv::detail::TerritoryRow::pszCodeShort, code));
+  return static_cast<Territory>(
+      findRow(gs_acpszTerritoryInfo, kTerritoryRowCount, &TerritoryRow::pszCodeShort, code));
 }
 
 /// The row of an index, or null for an index outside the table (negative
 /// values included: they wrap to large unsigned numbers).
-const kiv::detail::LanguageRow* languageRow(Language language) {
-  const auto index = static_cast<std::uint32_t>(language);
-  return index < kLanguageRowCount ? &gs_acpszLanguageInfo[index] : nullptr;
+template <typename Row, std::size_t N, typename Index>
+const Row* rowAt(const Row (&rows)[N], Index index) {
+  const auto i = static_cast<std::uint32_t>(index);
+  return i < N ? &rows[i] : nullptr;
 }
 
-const kiv::detail::TerritoryRow* territoryRow(Territory territory) {
-  const auto index = static_cast<std::uint32_t>(territory);
-  return index < kTerritoryRowCount ? &gs_acpszTerritoryInfo[index] : nullptr;
+const LanguageRow* languageRow(Language language) { return rowAt(gs_acpszLanguageInfo, language); }
+
+const TerritoryRow* territoryRow(Territory territory) {
+  return rowAt(gs_acpszTerritoryInfo, territory);
+}
+
+/// A column of a row, or what a lookup beyond the table answers when there
+/// is no row.
+template <typename Row, typename T>
+T columnOf(const Row* row, T Row::*column, T invalid) {
+  return row != nullptr ? row->*column : invalid;
 }
 
 /// Appends a text at `out` and returns the position behind it.
@@ -164,47 +175,38 @@ char* KivClLanguage::extractLongCode(char* buffer) const {
 }
 
 char* KivClLanguage::extractISOShortCode(char* buffer) const {
-  if (territoryIsGiven(m_enTerritory)) {
-    return joinCodes(buffer, getLanguageCode(m_enLanguage), getTerritoryCodeShort(m_enTerritory));
-  }
-  return joinCodes(buffer, getLanguageCode(m_enLanguage), nullptr);
+  return joinCodes(
+      buffer, getLanguageCode(m_enLanguage),
+      territoryIsGiven(m_enTerritory) ? getTerritoryCodeShort(m_enTerritory) : nullptr);
 }
 
 char* KivClLanguage::extractISOLongCode(char* buffer) const {
-  if (territoryIsGiven(m_enTerritory)) {
-    return joinCodes(buffer, getLanguageCode(m_enLanguage), getTerritoryCodeLong(m_enTerritory));
-  }
-  return joinCodes(buffer, getLanguageCode(m_enLanguage), nullptr);
+  return joinCodes(buffer, getLanguageCode(m_enLanguage),
+                   territoryIsGiven(m_enTerritory) ? getTerritoryCodeLong(m_enTerritory) : nullptr);
 }
 
 const char* KivClLanguage::getLanguageCode(KivEnLanguage language) {
-  const auto* row = languageRow(language);
-  return row != nullptr ? row->pszCode : gs_cpszInvalidCode;
+  return columnOf(languageRow(language), &LanguageRow::pszCode, gs_cpszInvalidCode);
 }
 
 const char* KivClLanguage::getLanguageName(KivEnLanguage language) {
-  const auto* row = languageRow(language);
-  return row != nullptr ? row->pszName : gs_cpszInvalidCode;
+  return columnOf(languageRow(language), &LanguageRow::pszName, gs_cpszInvalidCode);
 }
 
 const char* KivClLanguage::getTerritoryCodeShort(KivEnTerritory territory) {
-  const auto* row = territoryRow(territory);
-  return row != nullptr ? row->pszCodeShort : gs_cpszInvalidCode;
+  return columnOf(territoryRow(territory), &TerritoryRow::pszCodeShort, gs_cpszInvalidCode);
 }
 
 const char* KivClLanguage::getTerritoryCodeLong(KivEnTerritory territory) {
-  const auto* row = territoryRow(territory);
-  return row != nullptr ? row->pszCodeLong : gs_cpszInvalidCode;
+  return columnOf(territoryRow(territory), &TerritoryRow::pszCodeLong, gs_cpszInvalidCode);
 }
 
 const char* KivClLanguage::getTerritoryName(KivEnTerritory territory) {
-  const auto* row = territoryRow(territory);
-  return row != nullptr ? row->pszName : gs_cpszInvalidCode;
+  return columnOf(territoryRow(territory), &TerritoryRow::pszName, gs_cpszInvalidCode);
 }
 
 std::uint32_t KivClLanguage::getTerritoryIdNumber(KivEnTerritory territory) {
-  const auto* row = territoryRow(territory);
-  return row != nullptr ? row->uiIdNumber : kInvalidIdNumber;
+  return columnOf(territoryRow(territory), &TerritoryRow::uiIdNumber, kInvalidIdNumber);
 }
 
 unsigned int KivClLanguage::getNumberOfLanguagesSupported() {

@@ -29,17 +29,7 @@ std::size_t clampThreshold(std::size_t threshold) noexcept {
 
 KivClMemoryPool::KivClMemoryPool(std::size_t firstBlockSize, std::size_t subsequentBlockSize,
                                  std::size_t switchThreshold)
-    : m_pclFirstBlock(nullptr),
-      m_pclCurrentBlock(nullptr),
-      m_ullBlockCount(0),
-      m_ullSizeInKiB(0),
-      m_ulSubsequentBlockSize(0),
-      m_ulSwitchThreshold(clampThreshold(switchThreshold)),
-      m_fAlign(true),
-      m_fCallerMemory(false),
-      m_pfuErrorHandler(nullptr),
-      m_pvUserPointer(nullptr),
-      m_pvReserved(nullptr) {
+    : m_ulSwitchThreshold(clampThreshold(switchThreshold)), m_fCallerMemory(false) {
   const std::size_t firstSize =
       alignToPageSize(firstBlockSize < kPageSize ? kPageSize : firstBlockSize);
   m_ulSubsequentBlockSize =
@@ -61,17 +51,7 @@ KivClMemoryPool::KivClMemoryPool(std::size_t firstBlockSize, std::size_t subsequ
 }
 
 KivClMemoryPool::KivClMemoryPool(void* memory, std::size_t size)
-    : m_pclFirstBlock(nullptr),
-      m_pclCurrentBlock(nullptr),
-      m_ullBlockCount(0),
-      m_ullSizeInKiB(0),
-      m_ulSubsequentBlockSize(0),
-      m_ulSwitchThreshold(kMinSwitchThreshold),
-      m_fAlign(true),
-      m_fCallerMemory(true),
-      m_pfuErrorHandler(nullptr),
-      m_pvUserPointer(nullptr),
-      m_pvReserved(nullptr) {
+    : m_ulSwitchThreshold(kMinSwitchThreshold), m_fCallerMemory(true) {
   if (memory == nullptr) size = 0;  // no area to hand out from
 
   void* header = nullptr;

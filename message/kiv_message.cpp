@@ -3,6 +3,7 @@
 
 #include "kiv_message.hpp"
 
+#include <array>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,10 @@ constexpr const char* gs_pszMissingInsert = "???";
 constexpr const char* gs_pszNotInCatalog = "UNABLE TO LOAD MESSAGE #%1 FROM CATALOG: ";
 constexpr const char* gs_pszNoCatalog = "UNABLE TO LOAD MESSAGE CATALOG: ";
 
+/// The ten inserts of the constructor and setNewMessageId that take them
+/// one by one, in the form loadMessage takes.
+using InsertArray = std::array<const char*, KIV_MESSAGE_MAX_INSERTS>;
+
 bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
 
 // Appends `text` to `output` (which holds `length` characters) without going
@@ -30,28 +35,18 @@ unsigned long appendBounded(char* output, unsigned long length, unsigned long ca
 }  // namespace
 
 KivClMessage::KivClMessage(const KivClMessageCatalog& catalog, unsigned long id)
-    : m_rclCatalog(catalog),
-      m_szInline{},
-      m_pszText(m_szInline),
-      m_ulMessageId(id),
-      m_bLoaded(false) {
-  loadMessage(nullptr);
-}
+    : KivClMessage(catalog, id, static_cast<const char* const*>(nullptr)) {}
 
 KivClMessage::KivClMessage(const KivClMessageCatalog& catalog, unsigned long id,
                            const char* insert1, const char* insert2, const char* insert3,
                            const char* insert4, const char* insert5, const char* insert6,
                            const char* insert7, const char* insert8, const char* insert9,
                            const char* insert10)
-    : m_rclCatalog(catalog),
-      m_szInline{},
-      m_pszText(m_szInline),
-      m_ulMessageId(id),
-      m_bLoaded(false) {
-  const char* const inserts[KIV_MESSAGE_MAX_INSERTS] = {
-      insert1, insert2, insert3, insert4, insert5, insert6, insert7, insert8, insert9, insert10};
-  loadMessage(inserts);
-}
+    // The array lives until the delegated constructor has returned.
+    : KivClMessage(catalog, id,
+                   InsertArray{insert1, insert2, insert3, insert4, insert5, insert6, insert7,
+                               insert8, insert9, insert10}
+                       .data()) {}
 
 KivClMessage::KivClMessage(const KivClMessageCatalog& catalog, unsigned long id,
                            const char* const* inserts)
@@ -99,10 +94,10 @@ const char* KivClMessage::setNewMessageId(unsigned long id, const char* insert1,
                                           const char* insert6, const char* insert7,
                                           const char* insert8, const char* insert9,
                                           const char* insert10) {
-  const char* const inserts[KIV_MESSAGE_MAX_INSERTS] = {
-      insert1, insert2, insert3, insert4, insert5, insert6, insert7, insert8, insert9, insert10};
+  const InsertArray inserts{insert1, insert2, insert3, insert4, insert5,
+                            insert6, insert7, insert8, insert9, insert10};
   m_ulMessageId = id;
-  return loadMessage(inserts);
+  return loadMessage(inserts.data());
 }
 
 const char* KivClMessage::loadMessage(const char* const* inserts) {

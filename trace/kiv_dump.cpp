@@ -55,70 +55,29 @@ void debugDump(KivEnDump kind, const char* title, const T* data, unsigned long c
 
 }  // namespace
 
-// Hexadecimal dumps.
-void kivDumpHex(std::ostream& s, const unsigned char* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDumpHex(std::ostream& s, const unsigned short* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDumpHex(std::ostream& s, const unsigned int* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDumpHex(std::ostream& s, const unsigned long* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDumpHex(const unsigned char* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDumpHex(const unsigned short* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDumpHex(const unsigned int* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDumpHex(const unsigned long* d, unsigned long n) { dumpHex(std::cout, d, n); }
+// The entry points for one element type. Every element width gets the same
+// set from here, so the four sets cannot drift apart either. The default
+// dump is the hexadecimal one; the debug dumps all go through the hook.
+#define KIV_DUMP_ENTRY_POINTS(T)                                                      \
+  void kivDumpHex(std::ostream& s, const T* d, unsigned long n) { dumpHex(s, d, n); } \
+  void kivDumpHex(const T* d, unsigned long n) { dumpHex(std::cout, d, n); }          \
+  void kivDumpBin(std::ostream& s, const T* d, unsigned long n) { dumpBin(s, d, n); } \
+  void kivDumpBin(const T* d, unsigned long n) { dumpBin(std::cout, d, n); }          \
+  void kivDump(std::ostream& s, const T* d, unsigned long n) { dumpHex(s, d, n); }    \
+  void kivDump(const T* d, unsigned long n) { dumpHex(std::cout, d, n); }             \
+  void kivDebugDumpHex(const char* t, const T* d, unsigned long n) {                  \
+    debugDump(KivEnDump::HEX, t, d, n);                                               \
+  }                                                                                   \
+  void kivDebugDumpBin(const char* t, const T* d, unsigned long n) {                  \
+    debugDump(KivEnDump::BIN, t, d, n);                                               \
+  }                                                                                   \
+  void kivDebugDump(const char* t, const T* d, unsigned long n) {                     \
+    debugDump(KivEnDump::DUMP, t, d, n);                                              \
+  }
 
-// Binary dumps.
-void kivDumpBin(std::ostream& s, const unsigned char* d, unsigned long n) { dumpBin(s, d, n); }
-void kivDumpBin(std::ostream& s, const unsigned short* d, unsigned long n) { dumpBin(s, d, n); }
-void kivDumpBin(std::ostream& s, const unsigned int* d, unsigned long n) { dumpBin(s, d, n); }
-void kivDumpBin(std::ostream& s, const unsigned long* d, unsigned long n) { dumpBin(s, d, n); }
-void kivDumpBin(const unsigned char* d, unsigned long n) { dumpBin(std::cout, d, n); }
-void kivDumpBin(const unsigned short* d, unsigned long n) { dumpBin(std::cout, d, n); }
-void kivDumpBin(const unsigned int* d, unsigned long n) { dumpBin(std::cout, d, n); }
-void kivDumpBin(const unsigned long* d, unsigned long n) { dumpBin(std::cout, d, n); }
+KIV_DUMP_ENTRY_POINTS(unsigned char)
+KIV_DUMP_ENTRY_POINTS(unsigned short)
+KIV_DUMP_ENTRY_POINTS(unsigned int)
+KIV_DUMP_ENTRY_POINTS(unsigned long)
 
-// The default dump is the hexadecimal one.
-void kivDump(std::ostream& s, const unsigned char* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDump(std::ostream& s, const unsigned short* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDump(std::ostream& s, const unsigned int* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDump(std::ostream& s, const unsigned long* d, unsigned long n) { dumpHex(s, d, n); }
-void kivDump(const unsigned char* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDump(const unsigned short* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDump(const unsigned int* d, unsigned long n) { dumpHex(std::cout, d, n); }
-void kivDump(const unsigned long* d, unsigned long n) { dumpHex(std::cout, d, n); }
-
-// Debug dumps: all go through the hook.
-void kivDebugDumpHex(const char* t, const unsigned char* d, unsigned long n) {
-  debugDump(KivEnDump::HEX, t, d, n);
-}
-void kivDebugDumpHex(const char* t, const unsigned short* d, unsigned long n) {
-  debugDump(KivEnDump::HEX, t, d, n);
-}
-void kivDebugDumpHex(const char* t, const unsigned int* d, unsigned long n) {
-  debugDump(KivEnDump::HEX, t, d, n);
-}
-void kivDebugDumpHex(const char* t, const unsigned long* d, unsigned long n) {
-  debugDump(KivEnDump::HEX, t, d, n);
-}
-void kivDebugDumpBin(const char* t, const unsigned char* d, unsigned long n) {
-  debugDump(KivEnDump::BIN, t, d, n);
-}
-void kivDebugDumpBin(const char* t, const unsigned short* d, unsigned long n) {
-  debugDump(KivEnDump::BIN, t, d, n);
-}
-void kivDebugDumpBin(const char* t, const unsigned int* d, unsigned long n) {
-  debugDump(KivEnDump::BIN, t, d, n);
-}
-void kivDebugDumpBin(const char* t, const unsigned long* d, unsigned long n) {
-  debugDump(KivEnDump::BIN, t, d, n);
-}
-void kivDebugDump(const char* t, const unsigned char* d, unsigned long n) {
-  debugDump(KivEnDump::DUMP, t, d, n);
-}
-void kivDebugDump(const char* t, const unsigned short* d, unsigned long n) {
-  debugDump(KivEnDump::DUMP, t, d, n);
-}
-void kivDebugDump(const char* t, const unsigned int* d, unsigned long n) {
-  debugDump(KivEnDump::DUMP, t, d, n);
-}
-void kivDebugDump(const char* t, const unsigned long* d, unsigned long n) {
-  debugDump(KivEnDump::DUMP, t, d, n);
-}
+#undef KIV_DUMP_ENTRY_POINTS

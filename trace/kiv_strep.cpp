@@ -70,47 +70,39 @@ void replaceAddressPart(char* text, std::size_t& addressLength, unsigned long ad
   addressLength = newLength;
 }
 
-/// Writes the hexadecimal data part with terminator to out.
-void formatHexDataPart(const unsigned char* data, unsigned long length, char* out) {
-  if (data == nullptr) length = 0;
-  char column[KivClStrepHexDump::BYTES_PER_LINE];
-  std::size_t pos = 0;
-  for (unsigned long i = 0; i < KivClStrepHexDump::BYTES_PER_LINE; ++i) {
-    if (i < length) {
-      out[pos++] = gs_hexDigits[data[i] >> 4];
-      out[pos++] = gs_hexDigits[data[i] & 0xFu];
-      column[i] = textColumnChar(data[i]);
-    } else {
-      out[pos++] = '_';
-      out[pos++] = '_';
-      column[i] = '_';
-    }
-    out[pos++] = ' ';
-    if (i == 7) out[pos++] = ' ';
-  }
-  out[pos++] = '|';
-  out[pos++] = ' ';
-  std::memcpy(out + pos, column, sizeof column);
-  pos += sizeof column;
-  out[pos] = '\0';
+/// The two hexadecimal digits of a byte.
+void writeHexDigits(unsigned char byte, char* out) {
+  out[0] = gs_hexDigits[byte >> 4];
+  out[1] = gs_hexDigits[byte & 0xFu];
 }
 
-/// Writes the binary data part with terminator to out.
-void formatBinDataPart(const unsigned char* data, unsigned long length, char* out) {
-  if (data == nullptr) length = 0;
-  char column[KivClStrepBinDump::BYTES_PER_LINE];
+/// The eight binary digits of a byte, most significant bit first.
+void writeBinDigits(unsigned char byte, char* out) {
+  for (int bit = 7; bit >= 0; --bit) *out++ = ((byte >> bit) & 1u) ? '1' : '0';
+}
+
+/// Writes a data part with terminator to out: for each of the line's
+/// BytesPerLine places the byte's DigitCount digits (fillers "_" beyond
+/// length), a blank, and one more blank after the first half of the line;
+/// then "| " and the text column. Null data is shown as no data.
+template <unsigned long BytesPerLine, std::size_t DigitCount,
+          void (*writeDigits)(unsigned char, char*)>
+void formatDataPart(const void* data, unsigned long length, char* out) {
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  if (bytes == nullptr) length = 0;
+  char column[BytesPerLine];
   std::size_t pos = 0;
-  for (unsigned long i = 0; i < KivClStrepBinDump::BYTES_PER_LINE; ++i) {
+  for (unsigned long i = 0; i < BytesPerLine; ++i) {
     if (i < length) {
-      for (int bit = 7; bit >= 0; --bit) out[pos++] = ((data[i] >> bit) & 1u) ? '1' : '0';
-      column[i] = textColumnChar(data[i]);
+      writeDigits(bytes[i], out + pos);
+      column[i] = textColumnChar(bytes[i]);
     } else {
-      std::memset(out + pos, '_', 8);
-      pos += 8;
+      std::memset(out + pos, '_', DigitCount);
       column[i] = '_';
     }
+    pos += DigitCount;
     out[pos++] = ' ';
-    if (i == 3) out[pos++] = ' ';
+    if (i == BytesPerLine / 2 - 1) out[pos++] = ' ';
   }
   out[pos++] = '|';
   out[pos++] = ' ';
@@ -156,7 +148,7 @@ void KivClStrepHexDump::addAddress(unsigned long address) {
 }
 
 void KivClStrepHexDump::addData(const void* data, unsigned long length) {
-  formatHexDataPart(static_cast<const unsigned char*>(data), length, m_text + m_addressLength);
+  formatDataPart<BYTES_PER_LINE, 2, writeHexDigits>(data, length, m_text + m_addressLength);
 }
 
 const char* KivClStrepHexDump::getAsCString() const { return m_text; }
@@ -181,7 +173,7 @@ void KivClStrepBinDump::addAddress(unsigned long address) {
 }
 
 void KivClStrepBinDump::addData(const void* data, unsigned long length) {
-  formatBinDataPart(static_cast<const unsigned char*>(data), length, m_text + m_addressLength);
+  formatDataPart<BYTES_PER_LINE, 8, writeBinDigits>(data, length, m_text + m_addressLength);
 }
 
 const char* KivClStrepBinDump::getAsCString() const { return m_text; }

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "fs_test_util.hpp"
+#include "kiv_alloc_support.hpp"
 #include "kiv_base.hpp"
 #include "kiv_directory.hpp"
 #include "kiv_location.hpp"
@@ -288,30 +289,9 @@ TEST(DirectoryWalk, UnreadableDirectoryIsNotValid) {
 // The walker's memory
 // ---------------------------------------------------------------------------
 
-struct CountingAllocator {
-  static inline int allocations = 0;
-  static inline int frees = 0;
-  static inline bool fail = false;
-  static void* allocate(std::size_t size) {
-    ++allocations;
-    return fail ? nullptr : std::malloc(size);
-  }
-  static void deallocate(void* p) {
-    ++frees;
-    std::free(p);
-  }
-};
-
 class DirectoryWalkMemory : public ::testing::Test {
  protected:
-  void SetUp() override {
-    CountingAllocator::allocations = 0;
-    CountingAllocator::frees = 0;
-    CountingAllocator::fail = false;
-    kivSetNewMemoryManager(&CountingAllocator::allocate, &std::realloc,
-                           &CountingAllocator::deallocate);
-  }
-  void TearDown() override { kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free); }
+  kivtest::ScopedUserMemoryManager m_memory;
 };
 
 TEST_F(DirectoryWalkMemory, WalkerComesFromTheMemoryManagerAndGoesBack) {
@@ -319,17 +299,17 @@ TEST_F(DirectoryWalkMemory, WalkerComesFromTheMemoryManagerAndGoesBack) {
   {
     KivClDirectoryWalk walk(KivClLocation(dir.path().c_str()));
     EXPECT_TRUE(walk.isValid());
-    EXPECT_EQ(CountingAllocator::allocations, 1);
-    EXPECT_EQ(CountingAllocator::frees, 0);
+    EXPECT_EQ(m_memory.allocations(), 1);
+    EXPECT_EQ(m_memory.releases(), 0);
   }
-  EXPECT_EQ(CountingAllocator::frees, 1);
+  EXPECT_EQ(m_memory.releases(), 1);
 }
 
 TEST_F(DirectoryWalkMemory, NoMemoryForTheWalkerThrowsFatal) {
   kivtest::TempDir dir;
-  CountingAllocator::fail = true;
+  m_memory.failAlways();
   EXPECT_THROW(KivClDirectoryWalk walk(KivClLocation(dir.path().c_str())), KivClExceptionFatal);
-  CountingAllocator::fail = false;
+  m_memory.neverFail();
 }
 
 TEST_F(DirectoryWalkMemory, RemovingATreeFreesEveryWalker) {
@@ -341,8 +321,8 @@ TEST_F(DirectoryWalkMemory, RemovingATreeFreesEveryWalker) {
   fstest::writeFile(root + "/a/b/f", "x");
   KivClDirectory directory(root.c_str());
   EXPECT_TRUE(directory.removeAll(true));
-  EXPECT_EQ(CountingAllocator::allocations, 3);
-  EXPECT_EQ(CountingAllocator::frees, 3);
+  EXPECT_EQ(m_memory.allocations(), 3);
+  EXPECT_EQ(m_memory.releases(), 3);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "kiv_alloc_support.hpp"
 #include "kiv_memmgr.hpp"
 
 namespace {
@@ -32,38 +33,7 @@ std::string written(const KivClBitArray& a) {
   return out.str();
 }
 
-// Counts the allocations and releases that go through the memory manager,
-// and can be told to refuse allocations.
-int gs_allocations = 0;
-int gs_releases = 0;
-bool gs_refuse = false;
-
-void* countingMalloc(std::size_t size) {
-  if (gs_refuse) return nullptr;
-  ++gs_allocations;
-  return std::malloc(size);
-}
-void* countingRealloc(void* p, std::size_t size) { return std::realloc(p, size); }
-void countingFree(void* p) {
-  if (p != nullptr) ++gs_releases;
-  std::free(p);
-}
-
-// Installs the counting allocator for one test and puts the platform's back.
-class CountingAllocator {
- public:
-  CountingAllocator() {
-    gs_allocations = gs_releases = 0;
-    gs_refuse = false;
-    kivSetNewMemoryManager(&countingMalloc, &countingRealloc, &countingFree);
-  }
-  ~CountingAllocator() {
-    gs_refuse = false;
-    kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
-  }
-  CountingAllocator(const CountingAllocator&) = delete;
-  CountingAllocator& operator=(const CountingAllocator&) = delete;
-};
+using kivtest::ScopedUserMemoryManager;
 
 TEST(BitArray, ZeroBitsHoldOneByte) {
   KivClBitArray a(0);
@@ -94,7 +64,7 @@ TEST(BitArray, ByteCountIsBitsDividedByEightPlusOne) {
 }
 
 TEST(BitArray, AllBytesAreZeroAfterConstruction) {
-  CountingAllocator counting;
+  ScopedUserMemoryManager counting;
   // Dirty blocks of the same size first, so that zeroing is not luck.
   for (int i = 0; i < 4; ++i) {
     void* p = kivMalloc(126);
@@ -107,23 +77,23 @@ TEST(BitArray, AllBytesAreZeroAfterConstruction) {
 }
 
 TEST(BitArray, AllocatesAndReleasesThroughTheMemoryManager) {
-  CountingAllocator counting;
+  ScopedUserMemoryManager counting;
   {
     KivClBitArray a(12);
-    EXPECT_EQ(gs_allocations, 1);
+    EXPECT_EQ(counting.allocations(), 1);
     KivClBitArray b(a);
-    EXPECT_EQ(gs_allocations, 2);
+    EXPECT_EQ(counting.allocations(), 2);
     KivClBitArray c(100);
     c = a;
-    EXPECT_EQ(gs_allocations, 4);
-    EXPECT_EQ(gs_releases, 1);  // c's first bytes
+    EXPECT_EQ(counting.allocations(), 4);
+    EXPECT_EQ(counting.releases(), 1);  // c's first bytes
   }
-  EXPECT_EQ(gs_releases, 4);
+  EXPECT_EQ(counting.releases(), 4);
 }
 
 TEST(BitArray, ConstructionThrowsFatalWhenMemoryIsExhausted) {
-  CountingAllocator counting;
-  gs_refuse = true;
+  ScopedUserMemoryManager counting;
+  counting.failAlways();
   try {
     KivClBitArray a(64);
     FAIL() << "no exception";
@@ -134,13 +104,13 @@ TEST(BitArray, ConstructionThrowsFatalWhenMemoryIsExhausted) {
 }
 
 TEST(BitArray, FailedAssignmentLeavesTargetUnchanged) {
-  CountingAllocator counting;
+  ScopedUserMemoryManager counting;
   KivClBitArray source(40);
   KivClBitArray target(12);
   target.setBit(3);
-  gs_refuse = true;
+  counting.failAlways();
   EXPECT_THROW(target = source, KivClExceptionFatal);
-  gs_refuse = false;
+  counting.neverFail();
   EXPECT_EQ(target.getBitCount(), 12u);
   EXPECT_EQ(target.getByteCount(), 2u);
   EXPECT_EQ(bytesOf(target), std::vector<unsigned>({0x08, 0}));

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
+#include "kiv_alloc_support.hpp"
 #include "kiv_memmgr.hpp"
 
 // Under AddressSanitizer a failing malloc must return null as it does in a
@@ -17,56 +19,29 @@ extern "C" const char* __asan_default_options() { return "allocator_may_return_n
 
 namespace {
 
-// A user allocator that counts its calls, records the sizes asked for, and
-// fails from a chosen call on.
-struct FailingAllocator {
-  static inline int calls = 0;
-  static inline int failFrom = -1;  // index of the first failing call; -1: never
-  static inline std::size_t lastSize = 0;
-  static inline int frees = 0;
-  static inline int reallocs = 0;
-
-  static void reset(int failAt) {
-    calls = 0;
-    failFrom = failAt;
-    lastSize = 0;
-    frees = 0;
-    reallocs = 0;
-  }
-  static void* allocate(std::size_t size) {
-    lastSize = size;
-    const bool fail = failFrom >= 0 && calls >= failFrom;
-    ++calls;
-    if (fail) return nullptr;
-    // Filled with a pattern so that zeroing by kivCalloc can be seen.
-    void* p = std::malloc(size == 0 ? 1 : size);
-    std::memset(p, 0xAA, size);
-    return p;
-  }
-  static void* reallocate(void* p, std::size_t size) {
-    lastSize = size;
-    ++reallocs;
-    const bool fail = failFrom >= 0 && calls >= failFrom;
-    ++calls;
-    return fail ? nullptr : std::realloc(p, size);
-  }
-  static void deallocate(void* p) {
-    ++frees;
-    std::free(p);
-  }
-};
+using kivtest::ScopedUserMemoryManager;
 
 class MemoryManager : public ::testing::Test {
  protected:
-  void SetUp() override { FailingAllocator::reset(-1); }
-  void TearDown() override { kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free); }
-
-  static void useFailingAllocator(int failAt, bool withRealloc = true) {
-    FailingAllocator::reset(failAt);
-    kivSetNewMemoryManager(&FailingAllocator::allocate,
-                           withRealloc ? &FailingAllocator::reallocate : nullptr,
-                           &FailingAllocator::deallocate);
+  void TearDown() override {
+    m_user.reset();
+    kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
   }
+
+  // Installs a user manager whose requests fail from number `failAt` on
+  // (-1: never), with blocks filled with a pattern so that zeroing by
+  // kivCalloc can be seen.
+  void useFailingAllocator(long failAt, bool withRealloc = true) {
+    m_user.reset();
+    m_user.emplace(withRealloc ? ScopedUserMemoryManager::Reallocator::INSTALLED
+                               : ScopedUserMemoryManager::Reallocator::NONE);
+    m_user->fillNewBlocksWith(0xAA);
+    if (failAt >= 0) m_user->failAfter(failAt);
+  }
+  const ScopedUserMemoryManager& user() const { return *m_user; }
+
+ private:
+  std::optional<ScopedUserMemoryManager> m_user;
 };
 
 // Runs `f`, expects a KivClExceptionFatal and returns it.
@@ -115,7 +90,7 @@ TEST_F(MemoryManager, UserAllocatorFailingThrowsUserOutOfMemoryAtLine359) {
                KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
   EXPECT_EQ(e.getLine(), 359u);
   EXPECT_STREQ(e.getModule(), "kiv_include/kiv_memmgr.hpp:359");
-  EXPECT_EQ(FailingAllocator::lastSize, 64u);
+  EXPECT_EQ(user().lastSize(), 64u);
 }
 
 TEST_F(MemoryManager, PlatformAllocatorFailingThrowsRuntimeOutOfMemory) {
@@ -145,23 +120,23 @@ TEST_F(MemoryManager, CallocFailingThrowsWithTheProductAsSize) {
   expectRecord(e, KIV_MEMMGR_USER_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
                KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
   EXPECT_EQ(e.getLine(), 359u);
-  EXPECT_EQ(FailingAllocator::lastSize, 15u);
+  EXPECT_EQ(user().lastSize(), 15u);
 }
 
 TEST_F(MemoryManager, CallocReturnsZeroedBytes) {
   useFailingAllocator(-1);
   auto* p = static_cast<unsigned char*>(kivCalloc(3, 5));
-  EXPECT_EQ(FailingAllocator::lastSize, 15u);
+  EXPECT_EQ(user().lastSize(), 15u);
   for (int i = 0; i < 15; ++i) EXPECT_EQ(p[i], 0) << i;
   kivFree(p);
-  EXPECT_EQ(FailingAllocator::frees, 1);
+  EXPECT_EQ(user().releases(), 1);
 }
 
 TEST_F(MemoryManager, CallocProductWrapsWithoutCheck) {
   useFailingAllocator(-1);
   // (2^63 + 1) x 2 wraps to 2 in 64-bit arithmetic and is allocated as such.
   void* p = kivCalloc((std::size_t{1} << 63) + 1, 2);
-  EXPECT_EQ(FailingAllocator::lastSize, 2u);
+  EXPECT_EQ(user().lastSize(), 2u);
   kivFree(p);
 }
 
@@ -185,7 +160,7 @@ TEST_F(MemoryManager, ReallocatorFailingThrowsAtLine277) {
                KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
   EXPECT_EQ(e.getLine(), 277u);
   EXPECT_STREQ(e.getModule(), "foundation/kiv_memmgr.cpp:277");
-  EXPECT_EQ(FailingAllocator::lastSize, 32u);
+  EXPECT_EQ(user().lastSize(), 32u);
   kivFree(p);
 }
 
@@ -226,29 +201,29 @@ TEST_F(MemoryManager, SetWithMallocAndNullReallocRestoresRealloc) {
 }
 
 TEST_F(MemoryManager, OnlyTheAllocatorDecidesWhetherTheManagerIsUserDefined) {
-  kivSetNewMemoryManager(&std::malloc, &FailingAllocator::reallocate,
-                         &FailingAllocator::deallocate);
+  kivSetNewMemoryManager(&std::malloc, &ScopedUserMemoryManager::reallocate,
+                         &ScopedUserMemoryManager::release);
   EXPECT_FALSE(KivClMemoryManager::hasUserDefinedMgr());
-  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, &FailingAllocator::reallocate);
-  kivSetNewMemoryManager(&FailingAllocator::allocate, &std::realloc, &std::free);
+  EXPECT_EQ(KivClMemoryManager::cv_pfuReallocatorCallback, &ScopedUserMemoryManager::reallocate);
+  kivSetNewMemoryManager(&ScopedUserMemoryManager::allocate, &std::realloc, &std::free);
   EXPECT_TRUE(KivClMemoryManager::hasUserDefinedMgr());
 }
 
 TEST_F(MemoryManager, UserAllocatorIsCalledAndFreeGoesToItsDeallocator) {
   useFailingAllocator(-1);
   void* p = kivMalloc(10);
-  EXPECT_EQ(FailingAllocator::calls, 1);
+  EXPECT_EQ(user().requests(), 1);
   kivFree(p);
-  EXPECT_EQ(FailingAllocator::frees, 1);
+  EXPECT_EQ(user().releases(), 1);
   KivClMemoryManager::free(kivMalloc(3));
-  EXPECT_EQ(FailingAllocator::frees, 2);
+  EXPECT_EQ(user().releases(), 2);
 }
 
 TEST_F(MemoryManager, FreeOfNullDoesNothing) {
   useFailingAllocator(-1);
   kivFree(nullptr);
   KivClMemoryManager::free(nullptr);
-  EXPECT_EQ(FailingAllocator::frees, 0);
+  EXPECT_EQ(user().releases(), 0);
 }
 
 TEST_F(MemoryManager, OutOfMemoryUsesTheGivenLocationAndLine) {

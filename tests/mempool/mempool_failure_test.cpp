@@ -52,7 +52,7 @@ TEST(KivClMemoryPoolFailure, GrowthFailureCallsTheHandlerAndReturnsNull) {
   ASSERT_EQ(log.errors.size(), 1u);
   EXPECT_EQ(log.errors[0], gs_couldNotGrow) << kivtest::describe(log.errors[0]);
   EXPECT_EQ(log.userPointers[0], &log);
-  EXPECT_EQ(allocator.lastRequest(), 4096u);
+  EXPECT_EQ(allocator.lastSize(), 4096u);
   // Nothing changed.
   EXPECT_EQ(pool.getBlockCount(), 1u);
   EXPECT_EQ(pool.getSizeInKiB(), 4u);
@@ -73,7 +73,7 @@ TEST(KivClMemoryPoolFailure, GrowthFailureForAnOversizedRequestCallsTheHandler) 
   pool.setErrorHandler(&logHandler, &log);
   allocator.failAfter(0);
   EXPECT_EQ(pool.allocate(10000), nullptr);
-  EXPECT_EQ(allocator.lastRequest(), 12288u);
+  EXPECT_EQ(allocator.lastSize(), 12288u);
   ASSERT_EQ(log.errors.size(), 1u);
   EXPECT_EQ(log.errors[0], gs_couldNotGrow);
   // The first block was not full: it still serves small requests.
@@ -187,7 +187,7 @@ TEST(KivClMemoryPoolFailure, UnrepresentableRequestIsAGrowthFailureWithoutAnAllo
   KivClMemoryPool pool(4096, 4096, 256);
   HandlerLog log;
   pool.setErrorHandler(&logHandler, &log);
-  const std::size_t allocations = allocator.allocations();
+  const long allocations = allocator.allocations();
   const std::size_t max = std::numeric_limits<std::size_t>::max();
   EXPECT_EQ(pool.allocate(max), nullptr);
   EXPECT_EQ(pool.allocate(max - 4096), nullptr);
@@ -253,7 +253,7 @@ TEST(KivClMemoryPoolFailure, ConstructionFailureIsSwallowedAndEverythingAnswersZ
   pool->reset(pool->getFirstBlock());
   EXPECT_EQ(pool->getBlockCount(), 0u);
   delete pool;
-  EXPECT_EQ(allocator.frees(), 0u);
+  EXPECT_EQ(allocator.releases(), 0u);
 }
 
 TEST(KivClMemoryPoolFailure, CallerMemoryHeaderFailureIsSwallowedWithBlockCountZero) {

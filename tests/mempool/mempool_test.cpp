@@ -528,7 +528,7 @@ TEST(KivClMemoryPool, ReusesKeptBlocksAfterDeleteAll) {
   UserAllocatorGuard allocator;
   KivClMemoryPool pool(4096, 4096, 256);
   for (int i = 0; i < 3; ++i) ASSERT_NE(pool.allocate(4000), nullptr);
-  const std::size_t allocations = allocator.allocations();
+  const long allocations = allocator.allocations();
   for (int round = 0; round < 5; ++round) {
     pool.deleteAll();
     for (int i = 0; i < 3; ++i) ASSERT_NE(pool.allocate(4000), nullptr);
@@ -623,7 +623,7 @@ TEST(KivClMemoryPool, DestructionFreesEveryBlockItAllocated) {
     ASSERT_NE(pool.allocate(100), nullptr);
   }
   EXPECT_GT(allocator.allocations(), 3u);
-  EXPECT_EQ(allocator.frees(), allocator.allocations());
+  EXPECT_EQ(allocator.releases(), allocator.allocations());
 }
 
 TEST(KivClMemoryPool, DestructionOfCallerMemoryPoolFreesOnlyTheHeader) {
@@ -632,10 +632,10 @@ TEST(KivClMemoryPool, DestructionOfCallerMemoryPoolFreesOnlyTheHeader) {
   {
     KivClMemoryPool pool(area, sizeof area);
     ASSERT_NE(pool.allocate(500), nullptr);
-    EXPECT_EQ(allocator.lastRequest(), 48u);
+    EXPECT_EQ(allocator.lastSize(), 48u);
   }
   EXPECT_EQ(allocator.allocations(), 1u);
-  EXPECT_EQ(allocator.frees(), 1u);
+  EXPECT_EQ(allocator.releases(), 1u);
 }
 
 }  // namespace

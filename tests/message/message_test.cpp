@@ -308,7 +308,7 @@ TEST_F(MessageTest, TextOfEightyCharactersStaysInline) {
     EXPECT_TRUE(msgtest::pointsInto(message, message.getText()));
   }
   EXPECT_EQ(counter.allocations(), 0);
-  EXPECT_EQ(counter.frees(), 0);
+  EXPECT_EQ(counter.releases(), 0);
 }
 
 TEST_F(MessageTest, TextOfEightyOneCharactersGoesToTheHeap) {
@@ -321,7 +321,7 @@ TEST_F(MessageTest, TextOfEightyOneCharactersGoesToTheHeap) {
     EXPECT_EQ(counter.allocations(), 1);
     EXPECT_EQ(counter.lastSize(), 82u);
   }
-  EXPECT_EQ(counter.frees(), 1);
+  EXPECT_EQ(counter.releases(), 1);
 }
 
 TEST_F(MessageTest, InsertsCanMoveATextToTheHeap) {
@@ -343,9 +343,9 @@ TEST_F(MessageTest, ReloadingFreesTheHeapCopy) {
     message.setNewMessageId(1);
     EXPECT_STREQ(message.getText(), "[TEST]");
     EXPECT_EQ(counter.allocations(), 2);
-    EXPECT_EQ(counter.frees(), 2);
+    EXPECT_EQ(counter.releases(), 2);
   }
-  EXPECT_EQ(counter.frees(), 2);
+  EXPECT_EQ(counter.releases(), 2);
 }
 
 // ---------------------------------------------------------------------------

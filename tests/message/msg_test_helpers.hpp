@@ -13,7 +13,7 @@
 #include <fstream>
 #include <string>
 
-#include "kiv_memmgr.hpp"
+#include "kiv_alloc_support.hpp"
 #include "kiv_test_support.hpp"
 
 namespace msgtest {
@@ -48,47 +48,8 @@ inline void makeCatalog(const std::string& catalog, const std::string& source) {
       << "gencat failed for " << catalog;
 }
 
-/// Counts what goes through the library's memory manager while it lives,
-/// then puts back the functions it found.
-class CountingMemoryManager {
- public:
-  CountingMemoryManager()
-      : m_allocator(KivClMemoryManager::cv_pfuAllocatorCallback),
-        m_reallocator(KivClMemoryManager::cv_pfuReallocatorCallback),
-        m_deallocator(KivClMemoryManager::cv_pfuDeallocatorCallback) {
-    cv_allocations = 0;
-    cv_frees = 0;
-    cv_lastSize = 0;
-    KivClMemoryManager::setNewMemoryManager(&allocate, &std::realloc, &release);
-  }
-  ~CountingMemoryManager() {
-    KivClMemoryManager::setNewMemoryManager(m_allocator, m_reallocator, m_deallocator);
-  }
-  CountingMemoryManager(const CountingMemoryManager&) = delete;
-  CountingMemoryManager& operator=(const CountingMemoryManager&) = delete;
-
-  static int allocations() { return cv_allocations; }
-  static int frees() { return cv_frees; }
-  static std::size_t lastSize() { return cv_lastSize; }
-
- private:
-  static void* allocate(std::size_t size) {
-    ++cv_allocations;
-    cv_lastSize = size;
-    return std::malloc(size);
-  }
-  static void release(void* p) {
-    if (p != nullptr) ++cv_frees;
-    std::free(p);
-  }
-
-  static inline int cv_allocations = 0;
-  static inline int cv_frees = 0;
-  static inline std::size_t cv_lastSize = 0;
-  KivPfuAllocator m_allocator;
-  KivPfuReallocator m_reallocator;
-  KivPfuDeallocator m_deallocator;
-};
+/// Counts what goes through the library's memory manager while it lives.
+using CountingMemoryManager = kivtest::ScopedUserMemoryManager;
 
 /// True when `p` points into the object `object` itself (not the heap).
 template <typename T>

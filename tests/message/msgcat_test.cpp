@@ -457,11 +457,11 @@ TEST_F(MsgCatTest, HandlesAndTheirCatalogsUseTheMemoryManager) {
       kivMsgCatOpenOrUseStringTable(path("missing").c_str(), gs_table, gs_tableSize);
   EXPECT_EQ(counter.allocations(), 2);
   kivMsgCatClose(handle);
-  EXPECT_EQ(counter.frees(), 2);
+  EXPECT_EQ(counter.releases(), 2);
 
   EXPECT_EQ(kivMsgCatOpen(path("missing").c_str()), nullptr);
   EXPECT_EQ(counter.allocations(), 4);
-  EXPECT_EQ(counter.frees(), 4);
+  EXPECT_EQ(counter.releases(), 4);
 }
 
 class GetVarTest : public MsgCatTest {

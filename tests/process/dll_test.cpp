@@ -16,7 +16,7 @@
 #include <filesystem>
 #include <string>
 
-#include "kiv_memmgr.hpp"
+#include "kiv_alloc_support.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -254,35 +254,20 @@ TEST(DllFlatTest, GetProcedureOfNullHandleReturnsNull) {
   EXPECT_EQ(kivDllProcLoaderGetProcedure(nullptr, "kivTestPluginAnswer"), nullptr);
 }
 
-// Blocks handed out and given back through the memory manager; installed in
-// a process of its own, since the manager is process-wide.
-long gs_allocations = 0;
-long gs_releases = 0;
-
-void* countingAllocate(std::size_t size) {
-  ++gs_allocations;
-  return std::malloc(size);
-}
-void* countingReallocate(void* p, std::size_t size) { return std::realloc(p, size); }
-void countingFree(void* p) {
-  if (p != nullptr) ++gs_releases;
-  std::free(p);
-}
-
 TEST(DllFlatDeathTest, OpenOfMissingLibraryLeaksNothing) {
   kivtest::EnvGuard libraryPath("LD_LIBRARY_PATH");
   libraryPath.set(kPluginDir);
   EXPECT_EXIT(
       {
-        kivSetNewMemoryManager(countingAllocate, countingReallocate, countingFree);
-        gs_allocations = gs_releases = 0;
+        // Installed in a process of its own, since the manager is process-wide.
+        kivtest::ScopedUserMemoryManager memory;
         void* missing = kivDllProcLoaderOpen("kiv-no-such-library");
-        const long missingAllocations = gs_allocations;
-        const long missingBalance = gs_allocations - gs_releases;
+        const long missingAllocations = memory.allocations();
+        const long missingBalance = memory.allocations() - memory.releases();
         void* found = kivDllProcLoaderOpen(kPluginName);
-        const long openBalance = gs_allocations - gs_releases;
+        const long openBalance = memory.allocations() - memory.releases();
         kivDllProcLoaderClose(found);
-        const long closeBalance = gs_allocations - gs_releases;
+        const long closeBalance = memory.allocations() - memory.releases();
         std::fprintf(stderr, "missing=%p allocations=%ld balance=%ld open=%ld close=%ld\n", missing,
                      missingAllocations, missingBalance, openBalance, closeBalance);
         std::fflush(stderr);

@@ -28,8 +28,8 @@
 #include <thread>
 #include <vector>
 
+#include "kiv_alloc_support.hpp"
 #include "kiv_exefile.hpp"
-#include "kiv_memmgr.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -459,12 +459,8 @@ TEST(SyncProcessDeathTest, ArgumentArrayAllocationFailureInChildEndsOnlyTheChild
   // must end like a failed exec instead of returning into this code.
   const auto body = [&] {
     static pid_t parent = ::getpid();
-    kivSetNewMemoryManager(
-        [](std::size_t size) -> void* {
-          return ::getpid() == parent ? std::malloc(size) : nullptr;
-        },
-        [](void* p, std::size_t size) { return std::realloc(p, size); },
-        [](void* p) { std::free(p); });
+    kivtest::ScopedUserMemoryManager memory;
+    memory.failWhen([](std::size_t) { return ::getpid() != parent; });
     const KivClExeFile exe("/bin/true");
     KivClNewSyncProcess run(exe);
     const bool launched = run.launch();
