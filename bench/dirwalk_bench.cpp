@@ -38,8 +38,9 @@ class Tree {
  public:
   Tree() {
     const char* base = std::getenv("TMPDIR");
-    std::string pattern =
-        std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/kivbench.XXXXXX";
+    // mkdtemp wants the name to end in six X, which it replaces.
+    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") +
+                          "/kivbench." + std::string(6, 'X');
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     m_root = pattern;
     for (int d = 0; d < kDirectories; ++d) {

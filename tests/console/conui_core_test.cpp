@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <string>
@@ -22,8 +21,8 @@
 namespace {
 
 using conuitest::bar;
-using conuitest::ChildResult;
 using conuitest::display;
+using kivtest::ChildResult;
 
 using Env = std::map<std::string, std::string>;
 
@@ -34,12 +33,7 @@ const std::string gs_usageIndent(12, ' ');  // "Usage: prog "
 // `args` after it.
 ChildResult runCore(const std::vector<std::string>& args, const Env& env = {},
                     const std::string& argv0 = "/some/dir/prog.exe") {
-  conuitest::ChildSpec spec;
-  spec.program = KIV_CONUI_CORE_PROG;
-  spec.argv.push_back(argv0);
-  spec.argv.insert(spec.argv.end(), args.begin(), args.end());
-  spec.env = env;
-  return conuitest::runChild(spec);
+  return kivtest::runChild(conuitest::conuiRun(KIV_CONUI_CORE_PROG, argv0, args, env));
 }
 
 // The usage display of a one-line usage string for the process "prog".
@@ -518,9 +512,9 @@ class OwnCatalog : public ::testing::Test {
                              "1021 \"(try -x)\"\n"
                              "1023 \"Unknown arg\"\n"
                              "1026 \"Missing\"\n";
-    const std::string command = std::string("LC_ALL=C '") + KIV_TEST_GENCAT + "' '" +
-                                (m_dir / "own.cat") + "' '" + source + "'";
-    if (std::system(command.c_str()) != 0) throw std::runtime_error("gencat failed");
+    const kivtest::ChildResult gencat =
+        kivtest::runProgram(KIV_TEST_GENCAT, {m_dir / "own.cat", source}, {{"LC_ALL", "C"}});
+    if (gencat.exitCode != 0) throw std::runtime_error("gencat failed: " + gencat.err);
   }
 
   ChildResult run(const std::vector<std::string>& args, Env env = {}) {

@@ -18,29 +18,25 @@
 namespace {
 
 using conuitest::bar;
-using conuitest::ChildResult;
 using conuitest::display;
+using kivtest::ChildResult;
 
 using Env = std::map<std::string, std::string>;
 
 const std::string gs_reached = "REACHED\n";
 
-ChildResult runOutput(Env env, const std::vector<std::string>& args = {}) {
-  conuitest::ChildSpec spec;
-  spec.program = KIV_CONUI_OUTPUT_PROG;
-  spec.argv.push_back("/bin/prog");
-  spec.argv.insert(spec.argv.end(), args.begin(), args.end());
-  spec.env = std::move(env);
+ChildResult runOutput(const Env& env, const std::vector<std::string>& args = {}) {
+  kivtest::ChildRun run = conuitest::conuiRun(KIV_CONUI_OUTPUT_PROG, "/bin/prog", args, env);
   // A runaway display (billions of blanks) is cut off early.
-  spec.outputLimit = 64 * 1024;
-  spec.timeoutMs = 20000;
-  return conuitest::runChild(spec);
+  run.outputLimit = 64 * 1024;
+  run.timeoutMs = 20000;
+  return kivtest::runChild(run);
 }
 
 ChildResult scenario(const std::string& name, Env env = {},
                      const std::vector<std::string>& args = {}) {
   env["KIVTEST_SCENARIO"] = name;
-  return runOutput(std::move(env), args);
+  return runOutput(env, args);
 }
 
 std::string golden(const std::string& name) {
@@ -50,7 +46,7 @@ std::string golden(const std::string& name) {
 // One label-value line of the label `label` with the value "value".
 std::string labelLine(const std::string& label, Env env = {}) {
   env["KIVTEST_LABEL"] = label;
-  const ChildResult r = runOutput(std::move(env));
+  const ChildResult r = runOutput(env);
   EXPECT_FALSE(r.killed) << "runaway output for label " << label;
   if (r.killed) return "<runaway output of " + std::to_string(r.out.size()) + " bytes>";
   EXPECT_EQ(r.exitCode, 0);

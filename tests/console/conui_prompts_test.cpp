@@ -15,20 +15,16 @@
 namespace {
 
 using conuitest::bar;
-using conuitest::ChildResult;
+using kivtest::ChildResult;
 
 using Env = std::map<std::string, std::string>;
 
-ChildResult runPrompt(Env env, const std::string& input,
+ChildResult runPrompt(const Env& env, const std::string& input,
                       const std::vector<std::string>& args = {}) {
-  conuitest::ChildSpec spec;
-  spec.program = KIV_CONUI_PROMPT_PROG;
-  spec.argv.push_back("prog");
-  spec.argv.insert(spec.argv.end(), args.begin(), args.end());
-  spec.env = std::move(env);
-  spec.input = input;
-  spec.outputLimit = 256 * 1024;
-  return conuitest::runChild(spec);
+  kivtest::ChildRun run = conuitest::conuiRun(KIV_CONUI_PROMPT_PROG, "prog", args, env);
+  run.input = input;
+  run.outputLimit = 256 * 1024;
+  return kivtest::runChild(run);
 }
 
 // The text of one prompt: bar, question and hint, default line.

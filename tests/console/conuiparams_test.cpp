@@ -15,36 +15,10 @@
 #include <sstream>
 #include <string>
 
-#include "kiv_memmgr.hpp"
+#include "kiv_alloc_support.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
-
-// Counts the allocations and releases that go through the memory manager.
-int gs_allocations = 0;
-int gs_releases = 0;
-
-void* countingMalloc(std::size_t size) {
-  ++gs_allocations;
-  return std::malloc(size);
-}
-void* countingRealloc(void* p, std::size_t size) { return std::realloc(p, size); }
-void countingFree(void* p) {
-  if (p != nullptr) ++gs_releases;
-  std::free(p);
-}
-
-// Installs the counting allocator for one test and puts the platform's back.
-class CountingAllocator {
- public:
-  CountingAllocator() {
-    gs_allocations = gs_releases = 0;
-    kivSetNewMemoryManager(&countingMalloc, &countingRealloc, &countingFree);
-  }
-  ~CountingAllocator() { kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free); }
-  CountingAllocator(const CountingAllocator&) = delete;
-  CountingAllocator& operator=(const CountingAllocator&) = delete;
-};
 
 // The number of this process's open descriptors that lead to /dev/null.
 int openDevNullDescriptors() {
@@ -230,17 +204,17 @@ TEST(ConsoleUIParams, SetUsageAcceptsItsOwnTexts) {
 }
 
 TEST(ConsoleUIParams, CopiesGoThroughTheMemoryManagerAndAreReleased) {
-  CountingAllocator counting;
+  const kivtest::ScopedUserMemoryManager counting;
   {
     KivClConsoleUIParams params("prog");
-    EXPECT_EQ(gs_allocations, 0);
+    EXPECT_EQ(counting.allocations(), 0);
     params.setUsage("[-a]", "help");
-    EXPECT_EQ(gs_allocations, 2);
+    EXPECT_EQ(counting.allocations(), 2);
     params.setUsage("[-b]", nullptr);
-    EXPECT_EQ(gs_allocations, 3);
-    EXPECT_EQ(gs_releases, 2);
+    EXPECT_EQ(counting.allocations(), 3);
+    EXPECT_EQ(counting.releases(), 2);
   }
-  EXPECT_EQ(gs_releases, 3);
+  EXPECT_EQ(counting.releases(), 3);
 }
 
 TEST(ConsoleUIParams, KeepsAVeryLongUsage) {

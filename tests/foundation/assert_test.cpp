@@ -3,56 +3,25 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <stdlib.h>
 
-#include <cstdlib>
-#include <functional>
 #include <string>
 
+#include "kiv_child_support.hpp"
 #include "kiv_memmgr.hpp"
 
 namespace {
 
-struct ChildResult {
-  std::string stderrText;
-  int status = 0;
-  pid_t pid = 0;
-};
-
-// Runs `body` in a forked child with standard error on a pipe; returns what
-// the child wrote and how it ended.
-ChildResult runInChild(const std::function<void()>& body) {
-  int fds[2];
-  if (pipe(fds) != 0) throw std::runtime_error("pipe");
-  const pid_t pid = fork();
-  if (pid < 0) throw std::runtime_error("fork");
-  if (pid == 0) {
-    close(fds[0]);
-    dup2(fds[1], STDERR_FILENO);
-    close(fds[1]);
-    body();
-    _exit(0);
-  }
-  close(fds[1]);
-  ChildResult result;
-  result.pid = pid;
-  char buf[4096];
-  ssize_t n;
-  while ((n = read(fds[0], buf, sizeof buf)) > 0) result.stderrText.append(buf, n);
-  close(fds[0]);
-  waitpid(pid, &result.status, 0);
-  return result;
-}
+using kivtest::ChildResult;
 
 std::string tail(pid_t pid) { return "\n***       PROCESS ID: " + std::to_string(pid) + "\n\n\n"; }
 
-bool abortedBySignal(int status) { return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT; }
+bool abortedBySignal(const ChildResult& r) { return r.signal == SIGABRT; }
 
 TEST(AssertionReport, PlainAssertionHasTheFixedLayout) {
-  const ChildResult r = runInChild([] { kiv__assert("p != 0", "kiv_file.cpp", 1234); });
-  EXPECT_TRUE(abortedBySignal(r.status));
-  EXPECT_EQ(r.stderrText,
+  const ChildResult r = kivtest::runInFork([] { kiv__assert("p != 0", "kiv_file.cpp", 1234); });
+  EXPECT_TRUE(abortedBySignal(r));
+  EXPECT_EQ(r.err,
             "\n*** INTERNAL ERROR OCCURED ***\n"
             "*** ASSERTION FAILED: p != 0"
             "\n***             LINE: 1234"
@@ -61,10 +30,10 @@ TEST(AssertionReport, PlainAssertionHasTheFixedLayout) {
 }
 
 TEST(AssertionReport, MessageAndFunctionAddTwoLines) {
-  const ChildResult r =
-      runInChild([] { kiv__assert_msg("n < 10", "a/b.cpp", 7, "KivClX::run", "bad count"); });
-  EXPECT_TRUE(abortedBySignal(r.status));
-  EXPECT_EQ(r.stderrText,
+  const ChildResult r = kivtest::runInFork(
+      [] { kiv__assert_msg("n < 10", "a/b.cpp", 7, "KivClX::run", "bad count"); });
+  EXPECT_TRUE(abortedBySignal(r));
+  EXPECT_EQ(r.err,
             "\n*** INTERNAL ERROR OCCURED ***\n"
             "*** bad count ***\n"
             "***         FUNCTION: KivClX::run\n"
@@ -75,9 +44,10 @@ TEST(AssertionReport, MessageAndFunctionAddTwoLines) {
 }
 
 TEST(AssertionReport, MessageWithoutFunctionHasNoFunctionLine) {
-  const ChildResult r = runInChild([] { kiv__assert_msg("x", "m.cpp", 1, nullptr, "why"); });
-  EXPECT_TRUE(abortedBySignal(r.status));
-  EXPECT_EQ(r.stderrText,
+  const ChildResult r =
+      kivtest::runInFork([] { kiv__assert_msg("x", "m.cpp", 1, nullptr, "why"); });
+  EXPECT_TRUE(abortedBySignal(r));
+  EXPECT_EQ(r.err,
             "\n*** INTERNAL ERROR OCCURED ***\n"
             "*** why ***\n"
             "*** ASSERTION FAILED: x"
@@ -87,10 +57,10 @@ TEST(AssertionReport, MessageWithoutFunctionHasNoFunctionLine) {
 }
 
 TEST(AssertionReport, FunctionWithoutMessageIsNotPrinted) {
-  const ChildResult r = runInChild([] { kiv__assert_msg("x", "m.cpp", 2, "fn", nullptr); });
-  EXPECT_TRUE(abortedBySignal(r.status));
-  EXPECT_EQ(r.stderrText.find("FUNCTION"), std::string::npos);
-  EXPECT_EQ(r.stderrText,
+  const ChildResult r = kivtest::runInFork([] { kiv__assert_msg("x", "m.cpp", 2, "fn", nullptr); });
+  EXPECT_TRUE(abortedBySignal(r));
+  EXPECT_EQ(r.err.find("FUNCTION"), std::string::npos);
+  EXPECT_EQ(r.err,
             "\n*** INTERNAL ERROR OCCURED ***\n"
             "*** ASSERTION FAILED: x"
             "\n***             LINE: 2"
@@ -99,17 +69,17 @@ TEST(AssertionReport, FunctionWithoutMessageIsNotPrinted) {
 }
 
 TEST(AssertionReport, LineIsPrintedUnsigned) {
-  const ChildResult r = runInChild([] { kiv__assert("e", "m", 4294967295u); });
-  EXPECT_NE(r.stderrText.find("\n***             LINE: 4294967295\n"), std::string::npos);
+  const ChildResult r = kivtest::runInFork([] { kiv__assert("e", "m", 4294967295u); });
+  EXPECT_NE(r.err.find("\n***             LINE: 4294967295\n"), std::string::npos);
 }
 
 TEST(AssertionReport, AbortsAlsoWhenNoPopupIsRequested) {
-  const ChildResult r = runInChild([] {
+  const ChildResult r = kivtest::runInFork([] {
     setenv("KIV_NO_ASSERT_POPUP", "yes", 1);
     kiv__assert("e", "m", 3);
   });
-  EXPECT_TRUE(abortedBySignal(r.status));
-  EXPECT_NE(r.stderrText.find("*** ASSERTION FAILED: e\n"), std::string::npos);
+  EXPECT_TRUE(abortedBySignal(r));
+  EXPECT_NE(r.err.find("*** ASSERTION FAILED: e\n"), std::string::npos);
 }
 
 // An assertion that fires while the first one is being handled (here from
@@ -118,7 +88,7 @@ TEST(AssertionReport, AbortsAlsoWhenNoPopupIsRequested) {
 void assertAgain(int) { kiv__assert("second", "handler.cpp", 2); }
 
 TEST(AssertionReport, SecondAssertionDuringTheFirstReportsAndAborts) {
-  const ChildResult r = runInChild([] {
+  const ChildResult r = kivtest::runInFork([] {
     // One-shot handler: the abort of the second assertion ends the process.
     struct sigaction action {};
     action.sa_handler = assertAgain;
@@ -126,13 +96,13 @@ TEST(AssertionReport, SecondAssertionDuringTheFirstReportsAndAborts) {
     sigaction(SIGABRT, &action, nullptr);
     kiv__assert("first", "main.cpp", 1);
   });
-  EXPECT_TRUE(abortedBySignal(r.status));
+  EXPECT_TRUE(abortedBySignal(r));
   const auto report = [&](const std::string& expr, const std::string& module, int line) {
     return "\n*** INTERNAL ERROR OCCURED ***\n*** ASSERTION FAILED: " + expr +
            "\n***             LINE: " + std::to_string(line) + "\n***           MODULE: " + module +
            tail(r.pid);
   };
-  EXPECT_EQ(r.stderrText, report("first", "main.cpp", 1) + report("second", "handler.cpp", 2));
+  EXPECT_EQ(r.err, report("first", "main.cpp", 1) + report("second", "handler.cpp", 2));
 }
 
 TEST(AssertionReportDeathTest, DiesWithTheReportOnStandardError) {

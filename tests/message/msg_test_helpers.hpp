@@ -5,15 +5,14 @@
 #define KIV_MSG_TEST_HELPERS_HPP
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 
 #include "kiv_alloc_support.hpp"
+#include "kiv_child_support.hpp"
 #include "kiv_test_support.hpp"
 
 namespace msgtest {
@@ -41,11 +40,9 @@ inline void makeCatalog(const std::string& catalog, const std::string& source) {
     std::ofstream out(input, std::ios::binary);
     out << source;
   }
-  const std::string command =
-      std::string("LC_ALL=C '") + KIV_TEST_GENCAT + "' --new '" + catalog + "' '" + input + "'";
-  const int status = std::system(command.c_str());
-  ASSERT_TRUE(status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
-      << "gencat failed for " << catalog;
+  const kivtest::ChildResult gencat =
+      kivtest::runProgram(KIV_TEST_GENCAT, {"--new", catalog, input}, {{"LC_ALL", "C"}});
+  ASSERT_EQ(gencat.exitCode, 0) << "gencat failed for " << catalog << ": " << gencat.err;
 }
 
 /// Counts what goes through the library's memory manager while it lives.

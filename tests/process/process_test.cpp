@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "kiv_alloc_support.hpp"
+#include "kiv_child_support.hpp"
 #include "kiv_exefile.hpp"
 #include "kiv_test_support.hpp"
 
@@ -222,20 +223,16 @@ TEST(ProcessTest, KillRefusesIdThatIsNoProcessId) {
 TEST(ProcessTest, KillRefusesIdZeroInsteadOfSignallingProcessGroup) {
   // Run in a process group of its own, so that a regression could only end
   // that child.
-  const pid_t pid = ::fork();
-  ASSERT_NE(pid, -1);
-  if (pid == 0) {
+  const kivtest::ChildResult r = kivtest::runInFork([] {
     ::setpgid(0, 0);
     KivClProcess process(0);
     const bool killed = process.kill();
     const bool errorSet = process.getLastError() ==
                           _KivStError{KIV_PROCESS_COULD_NOT_KILL, KivEnErrorClass::INVALID_DATA};
     std::_Exit(!killed && errorSet ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-  ASSERT_TRUE(WIFEXITED(status)) << "child ended by signal " << WTERMSIG(status);
-  EXPECT_EQ(WEXITSTATUS(status), 0);
+  });
+  ASSERT_EQ(r.signal, 0) << "child ended by signal " << r.signal;
+  EXPECT_EQ(r.exitCode, 0);
 }
 
 TEST(ProcessDeathTest, KillOfCurrentProcessEndsIt) {

@@ -56,7 +56,9 @@ class TempDir {
  public:
   TempDir() {
     const char* base = getenv("TMPDIR");
-    std::string tmpl = std::string(base && *base ? base : "/tmp") + "/kivtest.XXXXXX";
+    // mkdtemp wants the name to end in six X, which it replaces.
+    std::string tmpl =
+        std::string(base && *base ? base : "/tmp") + "/kivtest." + std::string(6, 'X');
     if (mkdtemp(tmpl.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     m_path = tmpl;
   }

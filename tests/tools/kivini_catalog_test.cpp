@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "kivini_test_support.hpp"
@@ -29,7 +28,7 @@ class KiviniCatalogTest : public ::testing::Test {
     const Result catalog = run(args, dir.path(), {{"NLSPATH", nlspath}});
     EXPECT_EQ(catalog.out, table.out);
     EXPECT_EQ(catalog.err, table.err);
-    EXPECT_EQ(catalog.status, table.status);
+    EXPECT_EQ(catalog.exitCode, table.exitCode);
     EXPECT_EQ((catalog.out + catalog.err).find("UNABLE TO LOAD"), std::string::npos)
         << catalog.out << catalog.err;
   }
@@ -58,16 +57,17 @@ TEST_F(KiviniCatalogTest, ATranslatedCatalogReplacesTheToolsTexts) {
   source.replace(at, original.size(), "\n16 \"Datei nicht lesbar\"\n");
   const kivtest::TempDir catalogs;
   writeAll(catalogs / "kivini.msg", source);
-  const std::string command = std::string("LC_ALL=C '") + KIV_TEST_GENCAT + "' --new '" +
-                              (catalogs / "kivini.cat") + "' '" + (catalogs / "kivini.msg") + "'";
-  ASSERT_EQ(std::system(command.c_str()), 0) << command;
+  const kivtest::ChildResult gencat = kivtest::runProgram(
+      KIV_TEST_GENCAT, {"--new", catalogs / "kivini.cat", catalogs / "kivini.msg"},
+      {{"LC_ALL", "C"}});
+  ASSERT_EQ(gencat.exitCode, 0) << gencat.err;
 
   const Result result =
       run({"-get", "missing.ini", "s", "k"}, dir.path(),
           {{"NLSPATH", catalogs.path() + "/%N:" + std::string(KIV_MSGCAT_DIR) + "/%N"}});
   EXPECT_EQ(result.err,
             kivinitest::errorDisplay("Datei nicht lesbar: missing.ini: No such file or directory"));
-  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.exitCode, 4);
 }
 
 }  // namespace

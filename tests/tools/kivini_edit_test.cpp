@@ -60,7 +60,7 @@ class KiviniEditTest : public ::testing::Test {
     const Result result = kivini(args);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.exitCode, 0);
   }
 
   // The file is as it was and no backup or temporary file was left.
@@ -113,14 +113,14 @@ TEST_F(KiviniEditTest, SetAddsASectionAndAnOptionAtTheEndOfTheFile) {
   EXPECT_EQ(contents(), std::string(kRewritten) + "\n[Features]\naudit\t= off\n");
   const Result get = kivini({"-get", "server.ini", "features", "audit", "-bool"});
   EXPECT_EQ(get.out, "OFF\n");
-  EXPECT_EQ(get.status, 1);
+  EXPECT_EQ(get.exitCode, 1);
 }
 
 TEST_F(KiviniEditTest, SetCreatesAMissingFileWithoutBackup) {
   const Result result = kivini({"-set", "new.ini", "main", "key", "value"});
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(readAll(dir / "new.ini"), "\n[main]\nkey\t= value\n");
   EXPECT_EQ(entries(dir.path()), (std::vector<std::string>{"new.ini", "server.ini"}));
 }
@@ -170,7 +170,7 @@ TEST_F(KiviniEditTest, SetWritesValuesSoThatTheyReadBackAsGiven) {
     expectDone({"-set", "server.ini", "server", "v", (value[0] == '\'' ? "'" : "") + value});
     const Result get = kivini({"-get", "server.ini", "server", "v"});
     EXPECT_EQ(get.out, value + "\n");
-    EXPECT_EQ(get.status, 0);
+    EXPECT_EQ(get.exitCode, 0);
   }
   // The writer drops empty values; "" reads back as the empty value.
   expectDone({"-set", "server.ini", "server", "v", ""});
@@ -215,13 +215,13 @@ TEST_F(KiviniEditTest, SetRefusesAValueThatWouldNotReadBackTheSame) {
   EXPECT_EQ(result.err,
             errorDisplay("The new file would not read back the same; the file was not changed: "
                          "server.ini: server: port"));
-  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.exitCode, 3);
   expectUntouched();
 }
 
 TEST_F(KiviniEditTest, SetRefusesAValueTooLongForALine) {
   const Result result = kivini({"-set", "server.ini", "server", "huge", std::string(1100, 'h')});
-  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(result.err,
             errorDisplay("The new file would not read back the same; the file was not changed: "
                          "server.ini: server: huge"));
@@ -237,7 +237,7 @@ TEST_F(KiviniEditTest, SetRefusesAFileWithErrorsAndNamesThem) {
             "server.ini:1: line before the first section header: it is not read\n"
             "server.ini:3: INIFILE_INVAL_OPTION: line without \"=\" in a section\n" +
                 errorDisplay("The file has errors and was not changed: server.ini"));
-  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(contents(), broken);
   EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"server.ini"});
 }
@@ -259,7 +259,7 @@ TEST_F(KiviniEditTest, SetRefusesNamesThatWouldNotReadBack) {
     const Result result = kivini({"-set", "server.ini", c.section, c.option, "v"});
     EXPECT_EQ(result.out, kUsageDisplay + kBell);
     EXPECT_EQ(result.err, errorDisplay(c.error));
-    EXPECT_EQ(result.status, 201);
+    EXPECT_EQ(result.exitCode, 201);
   }
   expectUntouched();
 }
@@ -269,7 +269,7 @@ TEST_F(KiviniEditTest, SetOnADirectoryReportsThatItCannotBeRead) {
   const Result folder = kivini({"-set", "sub", "s", "k", "v"});
   EXPECT_EQ(folder.out, kBell);
   EXPECT_EQ(folder.err, errorDisplay("Cannot read the file: sub: Is a directory"));
-  EXPECT_EQ(folder.status, 4);
+  EXPECT_EQ(folder.exitCode, 4);
 }
 
 TEST_F(KiviniEditTest, SetReportsAFileThatCannotBeWritten) {
@@ -277,7 +277,7 @@ TEST_F(KiviniEditTest, SetReportsAFileThatCannotBeWritten) {
   EXPECT_EQ(result.out, kBell);
   EXPECT_EQ(result.err,
             errorDisplay("Cannot write the file: nodir/new.ini: No such file or directory"));
-  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.exitCode, 4);
   EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"server.ini"});
 }
 
@@ -289,7 +289,7 @@ TEST_F(KiviniEditTest, SetLeavesTheFileAsItIsWhenTheBackupCannotBeWritten) {
   EXPECT_EQ(result.out, kBell);
   EXPECT_EQ(result.err, errorDisplay("Cannot write the backup file; the file was not changed: "
                                      "server.ini.bak: Is a directory"));
-  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.exitCode, 4);
   EXPECT_EQ(contents(), kOriginal);
   EXPECT_EQ(entries(dir.path()), (std::vector<std::string>{"server.ini", "server.ini.bak"}));
 }
@@ -326,7 +326,7 @@ TEST_F(KiviniEditTest, DeleteRefusesAFileWithErrors) {
   const Result result = kivini({"-delete", "server.ini", "server", "port"});
   EXPECT_EQ(result.err, "server.ini:3: INIFILE_INVAL_OPTION: line without \"=\" in a section\n" +
                             errorDisplay("The file has errors and was not changed: server.ini"));
-  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(contents(), broken);
 }
 
@@ -334,7 +334,7 @@ TEST_F(KiviniEditTest, DeleteNeedsAnExistingFile) {
   const Result result = kivini({"-delete", "missing.ini", "s"});
   EXPECT_EQ(result.err,
             errorDisplay("Cannot read the file: missing.ini: No such file or directory"));
-  EXPECT_EQ(result.status, 4);
+  EXPECT_EQ(result.exitCode, 4);
   EXPECT_FALSE(exists(dir / "missing.ini"));
 }
 
@@ -344,7 +344,7 @@ TEST_F(KiviniEditTest, QuietChangesTheFileWithoutOutput) {
   const Result refused = kivini({"-quiet", "-set", "server.ini", "server", "port", "\"x\";y"});
   EXPECT_EQ(refused.out, "");
   EXPECT_EQ(refused.err, "");
-  EXPECT_EQ(refused.status, 3);
+  EXPECT_EQ(refused.exitCode, 3);
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ void expectResult(const Result& result, const std::string& out, const std::strin
                   int status) {
   EXPECT_EQ(result.out, out);
   EXPECT_EQ(result.err, err);
-  EXPECT_EQ(result.status, status);
+  EXPECT_EQ(result.exitCode, status);
 }
 
 // ---------------------------------------------------------------------------
@@ -295,7 +295,7 @@ TEST_F(KiviniReadTest, HelpShowsUsageAndHelpAndMentionsTheBackup) {
   for (const char* help : {"-h", "-H", "-?"}) {
     SCOPED_TRACE(help);
     const Result result = kivini({"-get", "server.ini", help});
-    EXPECT_EQ(result.status, 201);
+    EXPECT_EQ(result.exitCode, 201);
     EXPECT_EQ(result.err, "");
     ASSERT_EQ(result.out.compare(0, kUsageDisplay.size(), kUsageDisplay), 0) << result.out;
     const std::string firstHelpLine =
@@ -313,7 +313,7 @@ TEST_F(KiviniReadTest, HelpShowsUsageAndHelpAndMentionsTheBackup) {
 
 TEST_F(KiviniReadTest, CopyrightShowsTheLevelOfTheTool) {
   const Result result = kivini({"-copyright"});
-  EXPECT_EQ(result.status, 201);
+  EXPECT_EQ(result.exitCode, 201);
   EXPECT_EQ(result.err, "");
   EXPECT_NE(result.out.find("  PLTX Level..........................: KIVLibR5-24\n"),
             std::string::npos)

@@ -1,17 +1,12 @@
-// Runs kivini as a child process in a working directory of the test and
-// collects its standard output, standard error and exit status; files for
-// it are written and read in kivtest::TempDir directories.
+// Runs kivini as a child process (through kivtest::runChild) in a working
+// directory of the test; files for it are written and read in
+// kivtest::TempDir directories.
 #ifndef KIVINI_TEST_SUPPORT_HPP
 #define KIVINI_TEST_SUPPORT_HPP
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -20,18 +15,13 @@
 #include <string>
 #include <vector>
 
+#include "kiv_child_support.hpp"
 #include "kiv_test_support.hpp"
-
-extern char** environ;
 
 namespace kivinitest {
 
 /// What one run of kivini left behind.
-struct Result {
-  std::string out;  ///< standard output
-  std::string err;  ///< standard error
-  int status = -1;  ///< exit status; -1 when it did not exit normally
-};
+using Result = kivtest::ChildResult;
 
 /// The value of HOME in the child, so that $(HOME) substitutes a known text.
 inline const char* const kHome = "/home/kivtest";
@@ -65,62 +55,15 @@ inline std::vector<std::string> entries(const std::string& directory) {
   return names;
 }
 
-/// Runs kivini with `args` in the directory `cwd`. The environment is the
-/// test's own without catalog, locale and quoting variables, with LC_ALL=C
-/// and HOME=kHome, plus `extraEnv`.
+/// Runs kivini with `args` in the directory `cwd`, in the setting of
+/// kivtest::consoleProgramRun with HOME=kHome, plus `extraEnv`.
 inline Result run(const std::vector<std::string>& args, const std::string& cwd,
                   const std::map<std::string, std::string>& extraEnv = {}) {
-  static const char* const dropped[] = {
-      "NLSPATH=", "KIV_CONSOLEUI_QUOTE_STRINGS=", "LC_", "LANG=", "LANGUAGE=", "HOME="};
-  std::vector<std::string> env;
-  for (char** e = environ; *e != nullptr; ++e) {
-    bool keep = true;
-    for (const char* prefix : dropped) {
-      if (std::strncmp(*e, prefix, std::strlen(prefix)) == 0) keep = false;
-    }
-    if (keep) env.emplace_back(*e);
-  }
-  env.emplace_back("LC_ALL=C");
-  env.emplace_back(std::string("HOME=") + kHome);
-  for (const auto& [name, value] : extraEnv) env.push_back(name + "=" + value);
-
-  std::vector<std::string> argStrings{KIVINI_PROGRAM};
-  argStrings.insert(argStrings.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (auto& s : argStrings) argv.push_back(s.data());
-  argv.push_back(nullptr);
-  std::vector<char*> envp;
-  for (auto& s : env) envp.push_back(s.data());
-  envp.push_back(nullptr);
-
-  // The outputs go to files of a directory of their own, so that the
-  // working directory holds only what kivini made there.
-  const kivtest::TempDir outputs;
-  const std::string outName = outputs / "out";
-  const std::string errName = outputs / "err";
-
-  const pid_t pid = ::fork();
-  if (pid < 0) throw std::runtime_error("fork failed");
-  if (pid == 0) {
-    const int out = ::open(outName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int err = ::open(errName.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int in = ::open("/dev/null", O_RDONLY);
-    if (out < 0 || err < 0 || in < 0 || ::dup2(in, 0) < 0 || ::dup2(out, 1) < 0 ||
-        ::dup2(err, 2) < 0 || ::chdir(cwd.c_str()) != 0) {
-      ::_exit(127);
-    }
-    ::execve(argv[0], argv.data(), envp.data());
-    ::_exit(127);
-  }
-  int status = 0;
-  while (::waitpid(pid, &status, 0) < 0) {
-    if (errno != EINTR) throw std::runtime_error("waitpid failed");
-  }
-  Result result;
-  result.out = readAll(outName);
-  result.err = readAll(errName);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return result;
+  kivtest::ChildRun run = kivtest::consoleProgramRun(KIVINI_PROGRAM, KIVINI_PROGRAM, args);
+  run.env["HOME"] = kHome;
+  for (const auto& [name, value] : extraEnv) run.env[name] = value;
+  run.cwd = cwd;
+  return kivtest::runChild(run);
 }
 
 /// The bell that the console UI rings before ending with a status other
