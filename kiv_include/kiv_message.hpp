@@ -24,21 +24,25 @@
 //   other characters are copied.
 // Missing (null) inserts read "???"; surplus inserts are ignored.
 //
-// Loading (every constructor and setNewMessageId), in this order: the
-// previous text is dropped; the id is looked up in the catalog (open
-// catalog: the catalog file only; else its string table when the id is
-// below the table size); a text found has its inserts replaced into a
-// working buffer of 4096 characters (longer results are cut there) and the
-// message is loaded. When nothing is found, the text is
-// "UNABLE TO LOAD MESSAGE #<id> FROM CATALOG: " (catalog open) or
+// Loading (every constructor and setNewMessageId), in this order: the id is
+// looked up in the catalog (open catalog: the catalog file only; else its
+// string table when the id is below the table size); a text found has its
+// inserts replaced into a working buffer of 4096 characters (longer results
+// are cut there) and the message is loaded. When nothing is found, the text
+// is "UNABLE TO LOAD MESSAGE #<id> FROM CATALOG: " (catalog open) or
 // "UNABLE TO LOAD MESSAGE CATALOG: " (not open) followed by the catalog's
-// file name; the caller's inserts are not used then.
+// file name; the caller's inserts are not used then. The new text then
+// replaces the previous one.
 //
 // Deliberately unusual, kept so:
 //   - Assignment copies text, id and loaded flag, but NOT the catalog: the
 //     target keeps the catalog it was constructed with, so a later
 //     setNewMessageId on it looks the id up there.
 //   - The fallback texts name the id but ignore the inserts.
+//   - The id in a fallback text is written by the signed long conversion
+//     (kivLtoa), so an id above the largest long shows as a negative number
+//     ("UNABLE TO LOAD MESSAGE #-1 FROM CATALOG: ..." for the largest
+//     unsigned long).
 //
 // Choices made here where the rules leave room:
 //   - Insert number 0, a "%" followed by a character that is neither a
@@ -48,8 +52,9 @@
 //   - replaceVars treats a null source as the empty text and a null insert
 //     array or null insert entry as a missing insert ("???"); it writes
 //     nothing when the output buffer is null.
-//   - The id in a fallback text is written as an unsigned decimal number,
-//     exactly as the caller gave it.
+//   - Inserts may point into the message's own text (for example
+//     setNewMessageId(id, getText())): the previous text is kept until the
+//     new one is complete, so such an insert reads the previous text.
 //   - A fallback text whose catalog file name does not fit is cut at 4096
 //     characters, like any other text.
 //   - Copy construction copies the catalog reference as well (a copy is a

@@ -48,6 +48,9 @@
 //   - The proxy's text buffer holds KIV_MSGCAT_TEXT_BUFFER_SIZE (4104)
 //     characters with its NUL; a longer text (a fallback text with a very
 //     long file name) is cut at 4103 characters.
+//   - The text buffer is overwritten only when the new message is
+//     complete, so an insert may be the text fetched before through the same
+//     handle: kivMsgCatGetVar(h, id, kivMsgCatGet(h, other), nullptr).
 //   - A null name given to kivMsgCatOpen or kivMsgCatOpenOrUseStringTable
 //     counts as the empty name (".cat" then, which is normally not found).
 //     A null handle makes kivMsgCatIsValid answer false and kivMsgCatGet and

@@ -107,11 +107,9 @@ const char* KivClMessage::loadMessage(const char* const* inserts) {
     work[i] = given != nullptr ? given : gs_pszMissingInsert;
   }
 
-  dropText();
-  m_bLoaded = false;
-
   // The lookup order: the catalog file alone while it is open; otherwise the
-  // string table for ids below its size.
+  // string table for ids below its size. The previous text is kept until the
+  // new one is complete, because an insert may point into it.
   const char* found = nullptr;
   if (m_rclCatalog.isOpen()) {
     found = m_rclCatalog.getCatalogText(m_ulMessageId);
@@ -124,10 +122,11 @@ const char* KivClMessage::loadMessage(const char* const* inserts) {
   unsigned long length;
   if (found != nullptr) {
     length = replaceVars(buffer, KIV_MESSAGE_MAX_LENGTH, found, work, KIV_MESSAGE_MAX_INSERTS);
-    m_bLoaded = true;
   } else {
+    // The id is written by the signed long conversion: an id above the
+    // largest long shows as a negative number.
     char id[KIV_TOA_BUFFER_SIZE_64];
-    kivULtoa(m_ulMessageId, id);
+    kivLtoa(static_cast<long>(m_ulMessageId), id);
     const char* const idInsert[1] = {id};
     const char* fallback = m_rclCatalog.isOpen() ? gs_pszNotInCatalog : gs_pszNoCatalog;
     length = replaceVars(buffer, KIV_MESSAGE_MAX_LENGTH, fallback, idInsert, 1);
@@ -135,7 +134,10 @@ const char* KivClMessage::loadMessage(const char* const* inserts) {
     buffer[length] = '\0';
   }
 
+  dropText();
+  m_bLoaded = false;
   keepText(buffer, length);
+  m_bLoaded = found != nullptr;
   return m_pszText;
 }
 

@@ -101,8 +101,12 @@ const char* KivClMessageCatalogProxy::getMessage(unsigned long id) {
 }
 
 const char* KivClMessageCatalogProxy::getMessage(unsigned long id, const char* const* inserts) {
-  m_szText[0] = '\0';
-  if (m_pclCatalog == nullptr) return m_szText;
+  if (m_pclCatalog == nullptr) {
+    m_szText[0] = '\0';
+    return m_szText;
+  }
+  // The buffer is overwritten only once the message is complete: an insert
+  // may be the text fetched before through this proxy.
   const KivClMessage message(*m_pclCatalog, id, inserts);
   // A fallback text with a very long catalog file name may not fit: it is
   // cut at the buffer's end.

@@ -271,6 +271,24 @@ TEST_F(MessageTest, MissingMessageOfOpenCatalogNamesTheIdInDecimal) {
             "UNABLE TO LOAD MESSAGE #4294967296 FROM CATALOG: " + file);
 }
 
+// The id goes through the signed long conversion: ids above the largest
+// long show as negative numbers.
+TEST_F(MessageTest, FallbackIdIsWrittenAsASignedLong) {
+  const std::string file = name("signed.cat");
+  msgtest::makeCatalog(file, "$set 1\n1 [TEST]\n");
+  KivClMessageCatalog catalog{KivClFilename(file.c_str())};
+  ASSERT_TRUE(catalog.isOpen());
+  KivClMessage largest(catalog, ~0ul);
+  EXPECT_FALSE(largest.isLoaded());
+  EXPECT_EQ(std::string(largest.getText()), "UNABLE TO LOAD MESSAGE #-1 FROM CATALOG: " + file);
+  KivClMessage top(catalog, 1ul << 63);
+  EXPECT_EQ(std::string(top.getText()),
+            "UNABLE TO LOAD MESSAGE #-9223372036854775808 FROM CATALOG: " + file);
+  KivClMessage highestPositive(catalog, (1ul << 63) - 1);
+  EXPECT_EQ(std::string(highestPositive.getText()),
+            "UNABLE TO LOAD MESSAGE #9223372036854775807 FROM CATALOG: " + file);
+}
+
 TEST_F(MessageTest, FallbackWithVeryLongFileNameIsCutAt4096) {
   // A relative name of nearly 4096 characters: the fallback text and the
   // name do not fit together.
@@ -346,6 +364,31 @@ TEST_F(MessageTest, ReloadingFreesTheHeapCopy) {
     EXPECT_EQ(counter.releases(), 2);
   }
   EXPECT_EQ(counter.releases(), 2);
+}
+
+// An insert may be the message's own text: it reads the previous text,
+// which is kept until the new one is complete.
+TEST_F(MessageTest, InsertMayBeTheMessagesOwnHeapText) {
+  KivClMessage message(tableCatalog(), 4);
+  ASSERT_FALSE(msgtest::pointsInto(message, message.getText()));
+  EXPECT_EQ(std::string(message.setNewMessageId(2, message.getText(), "b")),
+            "<" + gs_text81 + "|b|???" + ">");
+  EXPECT_TRUE(message.isLoaded());
+}
+
+TEST_F(MessageTest, InsertMayBeTheMessagesOwnInlineText) {
+  KivClMessage message(tableCatalog(), 1);
+  ASSERT_TRUE(msgtest::pointsInto(message, message.getText()));
+  EXPECT_STREQ(message.setNewMessageId(2, message.getText()),
+               "<[TEST]|???|???"
+               ">");
+  const char* inserts[10] = {message.getText(), message.getText()};
+  // (Split after each "???" so that no "??>" trigraph appears.)
+  EXPECT_STREQ(message.loadMessage(inserts),
+               "<<[TEST]|???|???"
+               ">|<[TEST]|???|???"
+               ">|???"
+               ">");
 }
 
 // ---------------------------------------------------------------------------

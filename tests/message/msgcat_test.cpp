@@ -540,6 +540,22 @@ TEST_F(MsgCatTest, ProxyGetMessageWithInsertArray) {
   EXPECT_FALSE(proxy.isValidMessageId(8));
 }
 
+// The handle's buffer is overwritten only once the new text is complete,
+// so the text fetched before can be an insert of the next one.
+TEST_F(GetVarTest, InsertMayBeTheTextFetchedBefore) {
+  const char* previous = kivMsgCatGet(m_handle, 3);
+  ASSERT_STREQ(previous, "YES");
+  EXPECT_EQ(std::string(kivMsgCatGetVar(m_handle, 2, previous, "b", nullptr)),
+            "Percent:% Arg1:YES Arg2:b Arg3:??? Arg4:??? Arg5:??? Arg6:??? Arg7:??? Arg8:??? "
+            "Arg9:??? Arg10:???");
+}
+
+TEST_F(MsgCatTest, ProxyGetMessageMayUseItsOwnBufferAsInsert) {
+  KivClMessageCatalogProxy proxy(KivClFilename(path("missing").c_str()), gs_table, gs_tableSize);
+  const char* inserts[10] = {proxy.getMessage(3)};
+  EXPECT_STREQ(proxy.getMessage(2, inserts), "t2 t3");
+}
+
 TEST_F(MsgCatTest, ProxyWithoutTableAnswersWithTheFallback) {
   KivClMessageCatalogProxy proxy{KivClFilename(path("missing").c_str())};
   EXPECT_TRUE(proxy.ownsCatalog());
