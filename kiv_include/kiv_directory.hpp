@@ -38,7 +38,9 @@
 //
 // Choices made here where the rules leave room:
 //   - Tree removal never follows a symbolic link: a link to a directory is
-//     removed as a link, the directory it points to is left alone. Entry
+//     removed as a link, the directory it points to is left alone. An entry
+//     that the walk counts as a directory by its mode bits without being one
+//     (a socket, a device) is removed as an entry, never walked into. Entry
 //     names are used as they are, never expanded, so a directory named
 //     "ab.." is removed as such and never taken for the parent.
 //   - The default constructor reports DIRECTORY_EXPANSION_FAILED /

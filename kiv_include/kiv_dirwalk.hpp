@@ -15,6 +15,11 @@
 //   isCurrentDirectory a directory whose name is exactly ".";
 //   isHidden           a regular file whose name starts with "."; directories
 //                      are never hidden.
+// "A directory" is an entry whose mode has the bit 0x4000, "a regular file"
+// one whose mode has the bit 0x8000. These are single bits, not the file
+// type as a whole, and stay so: a socket (type 0xC000) counts as both (a
+// socket named ".s" is a directory and hidden), a block device (0x6000) as a
+// directory.
 // Tree removal (KivClDirectory::removeAll) relies on these rules.
 //
 // Errors go into the walk's own record (getLastError()):
@@ -31,9 +36,6 @@
 //   - Each entry is looked at with fstatat() relative to the open directory,
 //     which names the same entry as stat() of the full path but does not
 //     resolve the directory's path again for every entry.
-//   - "A directory" and "a regular file" are the file types of the entry's
-//     mode (S_ISDIR, S_ISREG): a socket or a block device, whose type bits
-//     overlap those of a directory, is neither.
 //   - An entry whose stat fails (a dangling link) has the mode 0: it is
 //     neither a directory nor a regular file, and isReadOnly() is true.
 //   - When the walk is not valid (not started or ended), the name is the
@@ -83,7 +85,8 @@ class KIV_EXPORT KivClDirectoryWalk {
   /// The current entry's name.
   const char* getNameWithoutPath() const noexcept;
 
-  /// The entry is a directory.
+  /// The entry's mode has the directory bit (0x4000); see the banner for
+  /// sockets and block devices.
   bool isDirectory() const noexcept;
   /// A directory whose name's first character is not "." and whose second
   /// character is not "." (so "a.b" and ".git" are not subdirectories).
@@ -92,7 +95,8 @@ class KIV_EXPORT KivClDirectoryWalk {
   bool isParentDirectory() const noexcept;
   /// A directory whose name is exactly ".".
   bool isCurrentDirectory() const noexcept;
-  /// A regular file whose name starts with ".".
+  /// An entry whose mode has the regular-file bit (0x8000) and whose name
+  /// starts with ".".
   bool isHidden() const noexcept;
   /// The owner-write bit (0200) of the entry's mode is clear.
   bool isReadOnly() const noexcept;

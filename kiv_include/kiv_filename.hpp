@@ -44,9 +44,7 @@
 //   - An empty extension in a composition counts as no extension ("f", not
 //     "f."). setNewExtension(".") removes the extension like "" does, since
 //     an extension given with or without its dot gives the same result.
-//   - Temporary names: a prefix that contains a separator names a
-//     subdirectory; the generated name is written where the prefix began.
-//     The search for an unused name gives up after
+//   - Temporary names: the search for an unused name gives up after
 //     KIV_TMPNAME_MAX_ATTEMPTS draws (every name of a full directory is
 //     taken); the object then holds the last name drawn, which exists, and
 //     isExistent() tells the caller so.
@@ -56,6 +54,12 @@
 // Deliberately unusual, kept so:
 //   - The extension of a temporary name is the process id's last three
 //     decimal digits in REVERSE order: process 12345 gives ".543".
+//   - A temporary name is written over the NAME PART of the composed
+//     directory and prefix, not where the prefix began. A prefix holding a
+//     separator therefore repeats its directory: directory "d" with prefix
+//     "sub/x" gives "d/sub/sub/x" and three random characters; and in a
+//     directory that mixes "/" and "\" ("d/a\b", backslash style) the name
+//     part starts after the last "/", so "d/a\b" with "t" gives "d/t...".
 //   - A backup name appends ".bak" to the whole text without moving the
 //     extension: the extension of "a.txt.bak" reads ".txt.bak", of "a.bak"
 //     made from "a" it reads ".bak".

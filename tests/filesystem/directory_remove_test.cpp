@@ -172,6 +172,21 @@ TEST(DirectoryRemove, LinkToADirectoryIsRemovedAsALink) {
   EXPECT_EQ(fstest::readFile(dir / "outside/precious"), "p");
 }
 
+TEST(DirectoryRemove, SocketCountedAsADirectoryIsRemovedAsAnEntry) {
+  // The walk counts a socket named like a subdirectory as one (its mode has
+  // the directory bit); the removal takes it away as an entry instead.
+  kivtest::TempDir dir;
+  const std::string root = dir / "tree";
+  fstest::makeDir(root);
+  fstest::makeDir(root + "/sub");
+  const fstest::BoundSocket socket(root + "/sub/sock");
+  ASSERT_TRUE(socket.isBound());
+  KivClDirectory directory(root.c_str());
+  EXPECT_TRUE(directory.removeAll(true));
+  EXPECT_KIV_NO_ERROR(directory);
+  EXPECT_FALSE(fstest::exists(root));
+}
+
 TEST(DirectoryRemove, AnEntryThatCannotBeRemovedStopsTheWholeRemovalSilently) {
   kivtest::TempDir dir;
   const std::string root = dir / "tree";

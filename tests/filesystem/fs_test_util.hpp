@@ -7,8 +7,10 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,6 +73,30 @@ class UmaskGuard {
 
  private:
   mode_t m_previous;
+};
+
+/// A Unix socket bound at a path for the scope (the socket file stays when
+/// the descriptor is closed; the temporary directory takes it away).
+class BoundSocket {
+ public:
+  explicit BoundSocket(const std::string& path) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (m_fd < 0 || path.size() >= sizeof address.sun_path) return;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    m_bound = bind(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  }
+  ~BoundSocket() {
+    if (m_fd >= 0) close(m_fd);
+  }
+  BoundSocket(const BoundSocket&) = delete;
+  BoundSocket& operator=(const BoundSocket&) = delete;
+
+  bool isBound() const { return m_bound; }
+
+ private:
+  int m_fd;
+  bool m_bound = false;
 };
 
 /// True when the process runs as root, so that the children must switch.

@@ -150,14 +150,29 @@ TEST(TmpFilenameTest, NullDirectoryGivesRelativeName) {
   expectTmpName(f, "n");
 }
 
-TEST(TmpFilenameTest, PrefixWithSeparatorNamesSubdirectory) {
+TEST(TmpFilenameTest, GeneratedNameIsWrittenOverTheNamePart) {
+  // "dir" and "sub/x" compose to "dir/sub/x", whose name part is "x"; the
+  // whole generated name, prefix "sub/x" included, goes there.
   kivtest::TempDir dir;
   const KivClTmpFilename f(dir.path().c_str(), "sub/x");
   const std::string text = f.getAsCString();
-  ASSERT_EQ(text.size(), dir.path().size() + 1 + 12);
-  EXPECT_EQ(text.substr(0, dir.path().size() + 6), dir.path() + "/sub/x");
+  ASSERT_EQ(text.size(), dir.path().size() + 5 + 12);
+  EXPECT_EQ(text.substr(0, dir.path().size() + 10), dir.path() + "/sub/sub/x");
+  for (std::size_t i = dir.path().size() + 10; i < text.size() - 4; ++i)
+    EXPECT_NE(std::strchr(kAlphabet, text[i]), nullptr) << text;
   EXPECT_EQ(text.substr(text.size() - 4), "." + reversedPidDigits());
   EXPECT_EQ(std::string(f.getName()).size(), 8u);  // "x", three random, ".", digits
+}
+
+TEST(TmpFilenameTest, NamePartOfAMixedDirectoryStartsAfterTheLastSlash) {
+  // "dir/we\ird" is in backslash style, so "\" is appended; the name part of
+  // "dir/we\ird\t" is "we\ird\t", and the generated name replaces all of it.
+  kivtest::TempDir dir;
+  const std::string mixed = dir.path() + "/we\\ird";
+  const KivClTmpFilename f(mixed.c_str(), "t");
+  EXPECT_EQ(f.getStyle(), KIV_PATH_STYLE_BACKSLASH);
+  EXPECT_EQ(std::string(f.getAsCString()), dir.path() + "/" + f.getName());
+  expectTmpName(f, "t");
 }
 
 TEST(TmpFilenameTest, NamesAreUniqueAgainstExistingFiles) {
