@@ -234,10 +234,11 @@ void KivClConsoleUI::displayUsage(bool exit) const {
       stream.put('-').put(*c);
     }
     stream << "|-" << label(gs_ulCopyrightSwitch).getText() << "] [-"
-           << label(gs_ulQuietSwitch).getText() << "]";
+           << label(gs_ulQuietSwitch).getText() << "]\n";
   }
-  stream.put('\n');
-  // The usage text starts right after "Usage: name ".
+  // The usage text lines up with the place right after "Usage: name ".
+  // Without catalog texts the first line is not ended, so the indentation
+  // follows the process name on the same line.
   const unsigned int usageIndent = static_cast<unsigned int>(m_pclParams->getProcessNameLength() +
                                                              std::strlen(usageLabel.getText()) + 3);
   indent(stream, usageIndent, ' ');
@@ -257,8 +258,9 @@ void KivClConsoleUI::displayHelp(bool exit) const {
     stream << '\n' << helpLabel.getText() << gs_pszLabelSeparator;
     display(stream, help, static_cast<unsigned int>(std::strlen(helpLabel.getText()) + 2), false);
   } else {
+    // The line is left open: the display ends right after the text.
     indent(stream);
-    stream << label(gs_ulNoHelp).getText() << '\n';
+    stream << label(gs_ulNoHelp).getText();
   }
   stream.flush();
   if (exit) privateProcessExit(KIV_CONUI_EXIT_USAGE);

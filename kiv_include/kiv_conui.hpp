@@ -84,6 +84,13 @@
 //     middle of a line joins that line with the next one.
 //   - Every end of the process with a code other than 0 beeps first (the
 //     bell character on the output stream).
+//   - The usage display ends its first line only after the built-in switch
+//     list. When the catalog is not usable that list is left out, and the
+//     usage text, with its indentation, follows the process name on the
+//     same line.
+//   - The help display without a help text does not end its "Sorry, no
+//     additional help available" line (a following beep lands right after
+//     it).
 //
 // Choices made where the rules leave room:
 //   - The constructors already create the parameters object from argument 0
@@ -101,10 +108,6 @@
 //   - A line that holds only "@" is shown as one empty line: the "@" in the
 //     first column is shown as the line break, and the newline that ends
 //     the "@" line is not shown a second time.
-//   - The usage display ends the line after the process name also when the
-//     catalog is not usable (without the built-in switch list).
-//   - The help display without a help text ends its "Sorry, no additional
-//     help available" line.
 //   - The fatal ends of the numeric queries name the switch only, like the
 //     other argument errors.
 //   - Prompts: a line longer than 80 characters is cut to its first 80
@@ -521,13 +524,14 @@ class KIV_EXPORT KivClConsoleUI {
   void display(std::ostream& stream, const char* text, unsigned int indentCount, bool usage) const;
 
   /// On standard output: a newline, "Usage: " and the process name; when
-  /// the catalog is usable, " [-h|-H|-?|-copyright] [-quiet]"; an end of
-  /// line; then the usage string in usage mode, aligned under the text
-  /// after the process name. With `exit`, an end of line and exit code 201.
+  /// the catalog is usable, " [-h|-H|-?|-copyright] [-quiet]" and an end of
+  /// line (else nothing: the line goes on); then the indentation and the
+  /// usage string in usage mode, aligned under the text after the process
+  /// name. With `exit`, an end of line and exit code 201.
   void displayUsage(bool exit = false) const;
   /// On standard output: a newline, "Help: " and the help text aligned
   /// after it, or the indentation and "Sorry, no additional help
-  /// available". With `exit`, exit code 201.
+  /// available" without an end of line. With `exit`, exit code 201.
   void displayHelp(bool exit = false) const;
   /// setUsage(usage, help), displayUsage(false), displayHelp(exit).
   void displayUsageHelp(const char* usage, const char* help, bool exit = false);

@@ -145,14 +145,14 @@ INSTANTIATE_TEST_SUITE_P(ConsoleUICore, HelpSwitch, ::testing::Values("-h", "-H"
 
 TEST(ConsoleUICore, HelpWithoutHelpTextSaysSo) {
   const ChildResult r = runCore({"-h"}, {{"KIVTEST_USAGE", "[-v]"}});
-  EXPECT_EQ(r.out, usageDisplay("[-v]") + "    Sorry, no additional help available\n\a");
+  EXPECT_EQ(r.out, usageDisplay("[-v]") + "    Sorry, no additional help available\a");
   EXPECT_EQ(r.exitCode, 201);
 }
 
 TEST(ConsoleUICore, HelpSwitchWorksWithoutUsageString) {
   const ChildResult r = runCore({"-h"}, {{"KIVTEST_USAGE_ID", "0"}});
   EXPECT_EQ(r.out,
-            gs_usageLine + gs_usageIndent + "\n" + "    Sorry, no additional help available\n\a");
+            gs_usageLine + gs_usageIndent + "\n" + "    Sorry, no additional help available\a");
   EXPECT_EQ(r.exitCode, 201);
 }
 
@@ -166,7 +166,7 @@ TEST(ConsoleUICore, UsageAndHelpByIdShowTheTraceControllerTexts) {
 TEST(ConsoleUICore, HelpIdZeroMeansNoHelp) {
   const ChildResult r =
       runCore({"-?"}, {{"KIVTEST_USAGE_ID", "151"}, {"KIVTEST_HELP_ID", "0"}}, "trcctl");
-  const std::string sorry = "      Sorry, no additional help available\n\a";
+  const std::string sorry = "      Sorry, no additional help available\a";
   ASSERT_GE(r.out.size(), sorry.size());
   EXPECT_EQ(r.out.substr(r.out.size() - sorry.size()), sorry);
   EXPECT_EQ(r.exitCode, 201);
@@ -488,7 +488,7 @@ TEST(ConsoleUICore, UsesTheLibrarysCatalogFileWhenItIsFound) {
   }
   const ChildResult r = runCore(
       {"-h"}, {{"KIVTEST_USAGE", "[-v]"}, {"NLSPATH", std::string(KIV_TEST_CATALOG_DIR) + "/%N"}});
-  EXPECT_EQ(r.out, usageDisplay("[-v]") + "    Sorry, no additional help available\n\a");
+  EXPECT_EQ(r.out, usageDisplay("[-v]") + "    Sorry, no additional help available\a");
   EXPECT_EQ(r.exitCode, 201);
 }
 

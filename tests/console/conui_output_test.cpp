@@ -394,11 +394,13 @@ TEST(ConsoleUIOutput, UsageDisplayWithExitEndsWith201) {
 }
 
 TEST(ConsoleUIOutput, UsageDisplayWithoutCatalogTextsListsNoSwitches) {
-  const ChildResult r =
-      scenario("usage", {{"KIVTEST_USAGE", "[-v]"}, {"KIVTEST_CATALOG", "/nonexistent/none"}});
+  // Without the switch list the first line is not ended: the indentation
+  // and the usage follow the process name on the same line.
+  const ChildResult r = scenario(
+      "usage", {{"KIVTEST_USAGE", "[-v]\n[-w]"}, {"KIVTEST_CATALOG", "/nonexistent/none"}});
   const std::string label = "UNABLE TO LOAD MESSAGE CATALOG: /nonexistent/none.cat";
-  EXPECT_EQ(r.out, "\n" + label + ": prog\n" + std::string(label.size() + 4 + 3, ' ') + "[-v]\n" +
-                       gs_reached);
+  const std::string indent(label.size() + 4 + 3, ' ');
+  EXPECT_EQ(r.out, "\n" + label + ": prog" + indent + "[-v]\n" + indent + "[-w]\n" + gs_reached);
 }
 
 TEST(ConsoleUIOutput, HelpDisplayAlignsTheHelpText) {
@@ -408,11 +410,14 @@ TEST(ConsoleUIOutput, HelpDisplayAlignsTheHelpText) {
   EXPECT_EQ(r.exitCode, 0);
 }
 
-TEST(ConsoleUIOutput, HelpDisplayWithoutHelpText) {
+TEST(ConsoleUIOutput, HelpDisplayWithoutHelpTextLeavesItsLineOpen) {
+  // The indentation and the text, but no end of line: what comes next
+  // (here the program's own line, or the beep of the exit) follows on the
+  // same line.
   ChildResult r = scenario("help");
-  EXPECT_EQ(r.out, "    Sorry, no additional help available\n" + gs_reached);
+  EXPECT_EQ(r.out, "    Sorry, no additional help available" + gs_reached);
   r = scenario("help-exit");
-  EXPECT_EQ(r.out, "    Sorry, no additional help available\n\a");
+  EXPECT_EQ(r.out, "    Sorry, no additional help available\a");
   EXPECT_EQ(r.exitCode, 201);
 }
 

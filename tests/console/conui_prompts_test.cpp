@@ -6,11 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "conui_child.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
@@ -28,12 +31,14 @@ ChildResult runPrompt(const Env& env, const std::string& input,
 }
 
 // The text of one prompt: bar, question and hint, default line.
+// `defaultLabel` is the catalog's text for "default".
 std::string promptText(const std::string& question, const std::string& hint,
-                       const std::string& defaultAnswer) {
+                       const std::string& defaultAnswer,
+                       const std::string& defaultLabel = "default") {
   std::string text = std::string(74, '-') + "\n " + question;
   if (!hint.empty()) text += " (" + hint + ")";
   text += ":\n";
-  text += defaultAnswer.empty() ? " " : " (default: " + defaultAnswer + "): ";
+  text += defaultAnswer.empty() ? " " : " (" + defaultLabel + ": " + defaultAnswer + "): ";
   return text;
 }
 
@@ -245,6 +250,37 @@ TEST(ConsoleUIPrompts, YesNoWithQuestionId) {
   env["KIVTEST_SCENARIO"] = "yesno-id";
   env["KIVTEST_ID"] = "177";  // "Trace enabled"
   EXPECT_EQ(runPrompt(env, "n\n").out, promptText("Trace enabled", "Y/N", "Y") + ending("0", "n"));
+}
+
+TEST(ConsoleUIPrompts, YesNoComparesWithTheLettersAsTheyStandInTheCatalog) {
+  // A catalog of the program's own whose yes word begins with a lower-case
+  // letter: the answer is converted to upper case, the catalog's letter is
+  // not, so neither "j" nor "J" is ever a yes; "n" is a no.
+  kivtest::TempDir dir;
+  const std::string source = dir / "yesno.msg";
+  std::ofstream(source) << "$quote \"\n"
+                           "$set 1\n"
+                           "1 \"[OWN-CATALOG]\"\n"
+                           "3 \"ja\"\n"
+                           "4 \"Nein\"\n"
+                           "5 \"J/N\"\n"
+                           "11 \"vorgabe\"\n"
+                           "14 \"Fehler\"\n"
+                           "30 \"Falsch\"\n"
+                           "33 \"Bitte\"\n";
+  const ChildResult gencat =
+      kivtest::runProgram(KIV_TEST_GENCAT, {dir / "yesno.cat", source}, {{"LC_ALL", "C"}});
+  ASSERT_EQ(gencat.exitCode, 0) << gencat.err;
+  Env env = yesNo(false);
+  env["KIVTEST_CATALOG"] = dir / "yesno";
+  env["KIVTEST_NOINIT"] = "1";
+  const std::string p = promptText("Proceed", "J/N", "N", "vorgabe");
+  const std::string bad = "\n" + bar() + "prog: Fehler:\n      Falsch: Bitte: J/N\n";
+  ChildResult r = runPrompt(env, "j\nJ\nn\n");
+  EXPECT_EQ(r.out, p + bad + p + bad + p + ending("0", "n"));
+  // The default letter is the catalog's "N", which passes.
+  r = runPrompt(env, "\n");
+  EXPECT_EQ(r.out, p + ending("0", "N"));
 }
 
 // ---------------------------------------------------------------------------

@@ -203,6 +203,20 @@ TEST(UsageCursor, WordNeedsABlankBeforeIt) {
   EXPECT_FALSE(word.isSwitch());
 }
 
+TEST(UsageCursor, BlankSeenSurvivesLayoutCharactersBetweenBlankAndWord) {
+  // Only letters and digits, "-", "<", "/" and runs of "." end the search;
+  // brackets, "|", quoted text and newlines in between keep the blank seen.
+  EXPECT_EQ(elementsOf("[-m] on |off"), (Elements{"-m", "on", "off"}));
+  EXPECT_EQ(elementsOf("[-a] [word]"), (Elements{"-a", "word"}));
+  EXPECT_EQ(elementsOf("[-a] (word)"), (Elements{"-a", "word"}));
+  EXPECT_EQ(elementsOf("[-a] \"note\"word"), (Elements{"-a", "word"}));
+  EXPECT_EQ(elementsOf("[-a] \nword"), (Elements{"-a", "word"}));
+  EXPECT_EQ(elementsOf("[-a] !word"), (Elements{"-a", "word"}));
+  // The blank must lie within the current search: after a word the next
+  // search starts without one.
+  EXPECT_EQ(elementsOf(" one|two"), (Elements{"one"}));
+}
+
 TEST(UsageCursor, ValueNamesKeepTheirBlanks) {
   const char* usage = "(-i <instance name>) -x";
   EXPECT_EQ(elementsOf(usage), (Elements{"-i", "<instance name", "-x"}));
