@@ -123,6 +123,13 @@ std::ostream& kiv_tprint(std::ostream& stream, const char* file, int line) {
   return stream << '[' << name << ':' << line << "] ";
 }
 
+void KivClTiming::init(bool) {
+  m_dStart = 0.0;
+  m_dStop = 0.0;
+  m_dLast = 0.0;
+  m_dTotal = 0.0;
+}
+
 double KivClTiming::wallClockTime() const {
   timeval now{};
   ::gettimeofday(&now, nullptr);

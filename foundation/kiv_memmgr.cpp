@@ -51,7 +51,7 @@ void* KivClMemoryManager::realloc(void* ptr, std::size_t size) {
 }
 
 void KivClMemoryManager::free(void* ptr) {
-  if (ptr != nullptr) cv_pfuDeallocatorCallback(ptr);
+  if (ptr != nullptr && cv_pfuDeallocatorCallback != nullptr) cv_pfuDeallocatorCallback(ptr);
 }
 
 void KivClMemoryManager::outOfMemory(const char* location, std::int32_t line, std::size_t size) {

@@ -240,18 +240,17 @@ class KIV_EXPORT KivClTiming {
  public:
   /// A stopped timer with all four values 0.0.
   KivClTiming() { init(false); }
-  /// Starts the timer at once when `startNow` is true.
-  explicit KivClTiming(bool startNow) { init(startNow); }
-
-  /// Sets all four values to 0.0; then, when `startNow` is true, starts the
-  /// timer (which sets the start time to the current time).
-  void init(bool startNow = false) {
-    m_dStart = 0.0;
-    m_dStop = 0.0;
-    m_dLast = 0.0;
-    m_dTotal = 0.0;
+  /// All four values 0.0; then, when `startNow` is true, the timer is started
+  /// at once (start()).
+  explicit KivClTiming(bool startNow) {
+    init(startNow);
     if (startNow) start();
   }
+
+  /// Sets all four values to 0.0, whatever the flag: the flag is part of the
+  /// interface but does not start the timer; call start() for that. After
+  /// init(true) the start time is therefore 0.0 like the other three.
+  void init(bool flag = false);
 
   /// The current time of day (gettimeofday) in seconds:
   /// seconds + microseconds x 1e-6.

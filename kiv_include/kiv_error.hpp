@@ -52,19 +52,23 @@ KIV_ERROR_ID_LIST(KIV_ERROR_ID_CONSTANT)
 #undef KIV_ERROR_ID_CONSTANT
 
 /// The error record that objects keep as their last error and that error
-/// handlers receive. Both fields 0 mean success.
+/// handlers receive. Both fields 0 mean success; a record declared without
+/// an initialiser is such a cleared record.
 struct _KivStError {
-  long id;                     ///< error id; 0 (KIV_NO_ERROR) means no error
-  KivEnErrorClass errorClass;  ///< kind of failure; UNKNOWN (0) when no error is set
+  /// error id; 0 (KIV_NO_ERROR) means no error
+  long id = 0;
+  /// kind of failure; UNKNOWN (0) when no error is set
+  KivEnErrorClass errorClass = KivEnErrorClass::UNKNOWN;
 };
 
 /// The full error record carried by every exception. Its first two fields
-/// have the types and order of `_KivStError`. All four are 0 by default.
+/// have the types and order of `_KivStError`. All four are 0 by default,
+/// also for a record declared without an initialiser.
 struct _KivStUserError {
-  long id;
-  KivEnErrorClass errorClass;
-  KivEnErrorSeverity severity;
-  KivEnErrorAction action;
+  long id = 0;
+  KivEnErrorClass errorClass = KivEnErrorClass::UNKNOWN;
+  KivEnErrorSeverity severity = KivEnErrorSeverity::NONE;
+  KivEnErrorAction action = KivEnErrorAction::IGNORE;
 };
 
 inline bool operator==(const _KivStError& a, const _KivStError& b) {

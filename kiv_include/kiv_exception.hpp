@@ -43,7 +43,10 @@ class KIV_EXPORT KivClExceptionABase {
   virtual const char* getCause() const noexcept;
 
  protected:
-  explicit KivClExceptionABase(const char* cause = "") noexcept : m_pszCause(cause) {}
+  /// A null cause is kept as the empty text, so that getCause() never
+  /// answers null.
+  explicit KivClExceptionABase(const char* cause = "") noexcept
+      : m_pszCause(cause != nullptr ? cause : "") {}
   KivClExceptionABase(const KivClExceptionABase& other) noexcept;
   KivClExceptionABase& operator=(const KivClExceptionABase& other) noexcept = default;
 
@@ -63,6 +66,7 @@ class KIV_EXPORT KivClException : public KivClExceptionABase {
   /// \param module  location text of the throw site (see KIV_LOCATION); not owned
   /// \param line    the line of the throw site
   /// \param cause   free-text cause; not owned; defaults to the empty text
+  ///                (null is taken as the empty text)
   KivClException(const _KivStUserError& error, const char* module, std::uint32_t line,
                  const char* cause = "") noexcept
       : KivClExceptionABase(cause), m_pszModule(module), m_ulLine(line), m_stError(error) {}

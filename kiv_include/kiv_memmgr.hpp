@@ -55,7 +55,9 @@ class KIV_EXPORT KivClMemoryManager {
   /// reallocator is null and the allocator is the platform's malloc, the
   /// reallocator becomes the platform's realloc. A user allocator installed
   /// without a reallocator leaves the reallocator null, and every later
-  /// reallocation throws.
+  /// reallocation throws. A null allocator is never called: every allocation
+  /// then fails as if it had returned null (the fatal exception); a null
+  /// deallocator is never called either: free() then releases nothing.
   static void setNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                                   KivPfuDeallocator deallocator);
 
@@ -73,7 +75,8 @@ class KIV_EXPORT KivClMemoryManager {
   /// memory with free() instead of reallocating it to 0.
   static void* realloc(void* ptr, std::size_t size);
 
-  /// Releases `ptr` with the current deallocator; null is ignored.
+  /// Releases `ptr` with the current deallocator; a null `ptr` (or a null
+  /// deallocator) is ignored.
   static void free(void* ptr);
 
   /// Throws the fatal out-of-memory exception for a request of `size` bytes
@@ -85,7 +88,7 @@ class KIV_EXPORT KivClMemoryManager {
 // 359 whatever the header's layout, so that the location of an allocation
 // failure reads the same in every build.
 inline void* KivClMemoryManager::allocate(std::size_t size) {
-  void* p = cv_pfuAllocatorCallback(size);
+  void* p = cv_pfuAllocatorCallback != nullptr ? cv_pfuAllocatorCallback(size) : nullptr;
   if (p == nullptr) outOfMemory("kiv_include/kiv_memmgr.hpp:359", 359, size);
   return p;
 }

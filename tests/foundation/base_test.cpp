@@ -220,6 +220,18 @@ TEST(Timing, InitSetsAllValuesToZero) {
   EXPECT_EQ(fresh.getTotal(), 0.0);
 }
 
+TEST(Timing, InitWithTrueAlsoSetsAllValuesToZero) {
+  KivClTiming timing(true);
+  EXPECT_GT(timing.getStartTime(), 0.0);
+  kivSleepMicroSeconds(1000);
+  timing.stop();
+  timing.init(true);
+  EXPECT_EQ(timing.getStartTime(), 0.0);
+  EXPECT_EQ(timing.getStopTime(), 0.0);
+  EXPECT_EQ(timing.getLastInterval(), 0.0);
+  EXPECT_EQ(timing.getTotal(), 0.0);
+}
+
 TEST(Timing, WallClockTimeIsTheTimeOfDayInSeconds) {
   const KivClTiming timing;
   const double before = static_cast<double>(std::time(nullptr));
@@ -242,7 +254,7 @@ TEST(Timing, WallClockTimeAdvancesOverASleep) {
 
 TEST(Timing, StopRecordsIntervalAndAddsItToTotal) {
   KivClTiming timing;
-  timing.init(true);
+  timing.start();
   EXPECT_GT(timing.getStartTime(), 0.0);
   kivSleepMicroSeconds(2000);
   const double first = timing.stop();

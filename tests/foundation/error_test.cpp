@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -305,6 +307,25 @@ TEST(ErrorRecord, DefaultUserErrorIsAllZero) {
   EXPECT_EQ(static_cast<int>(e.errorClass), 0);
   EXPECT_EQ(static_cast<int>(e.severity), 0);
   EXPECT_EQ(static_cast<int>(e.action), 0);
+}
+
+// Records declared without an initialiser, here in storage that held other
+// bytes before, start out all zero as well.
+TEST(ErrorRecord, RecordsWithoutInitialiserAreAllZero) {
+  alignas(_KivStUserError) unsigned char storage[sizeof(_KivStUserError)];
+  std::memset(storage, 0xA5, sizeof storage);
+  const auto* user = new (storage) _KivStUserError;
+  EXPECT_EQ(user->id, 0);
+  EXPECT_EQ(static_cast<int>(user->errorClass), 0);
+  EXPECT_EQ(static_cast<int>(user->severity), 0);
+  EXPECT_EQ(static_cast<int>(user->action), 0);
+  user->~_KivStUserError();
+
+  std::memset(storage, 0xA5, sizeof storage);
+  const auto* plain = new (storage) _KivStError;
+  EXPECT_EQ(plain->id, 0);
+  EXPECT_EQ(static_cast<int>(plain->errorClass), 0);
+  plain->~_KivStError();
 }
 
 TEST(ErrorRecord, FieldsHaveTheDocumentedWidthsAndOrder) {

@@ -40,6 +40,12 @@ TEST(KivClException, KeepsTheGivenCausePointer) {
   EXPECT_EQ(e.getCause(), cause);
 }
 
+TEST(KivClException, NullCauseIsKeptAsTheEmptyText) {
+  const KivClExceptionFatal e(gs_outOfMemory, "x:1", 1, nullptr);
+  ASSERT_NE(e.getCause(), nullptr);
+  EXPECT_STREQ(e.getCause(), "");
+}
+
 TEST(KivClExceptionFatal, IsCaughtByHandlerForKivClException) {
   bool caught = false;
   try {

@@ -226,6 +226,25 @@ TEST_F(MemoryManager, FreeOfNullDoesNothing) {
   EXPECT_EQ(user().releases(), 0);
 }
 
+TEST_F(MemoryManager, NullAllocatorMakesAllocationThrowInsteadOfCallingIt) {
+  kivSetNewMemoryManager(nullptr, nullptr, &std::free);
+  EXPECT_TRUE(KivClMemoryManager::hasUserDefinedMgr());
+  const KivClExceptionFatal e = expectFatal([] { kivMalloc(8); });
+  expectRecord(e, KIV_MEMMGR_USER_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
+               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE);
+  EXPECT_EQ(e.getLine(), 359u);
+  const KivClExceptionFatal z = expectFatal([] { kivCalloc(0, 4); });
+  EXPECT_EQ(z.getError().id, KIV_MEMMGR_ZERO_SIZE_OBJECT);
+}
+
+TEST_F(MemoryManager, NullDeallocatorIsNotCalled) {
+  void* p = kivMalloc(8);
+  kivSetNewMemoryManager(&std::malloc, &std::realloc, nullptr);
+  kivFree(p);  // releases nothing
+  kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
+  kivFree(p);
+}
+
 TEST_F(MemoryManager, OutOfMemoryUsesTheGivenLocationAndLine) {
   const KivClExceptionFatal e =
       expectFatal([] { KivClMemoryManager::outOfMemory("somewhere.cpp:42", 42, 100); });
