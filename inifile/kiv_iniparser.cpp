@@ -49,7 +49,12 @@ void KivClIniFile::setErrorHandler(KivPfuIniFileErrorHandler handler, void* user
 bool KivClIniFile::load(bool allowContinuation) {
   m_uLineNumber = 0;
   std::ifstream stream(getAsCString(), std::ios::in | std::ios::binary);
-  if (!stream.is_open()) return false;
+  if (!stream.is_open()) {
+    // The lists stay as they are, but like every load this one ends with
+    // no section current.
+    m_pCurrentSection = nullptr;
+    return false;
+  }
   const bool result = load(stream, '\n', true, allowContinuation);
   // A read error (a directory, an I/O failure) is not the end of the file.
   return result && !stream.bad();
@@ -63,9 +68,9 @@ bool KivClIniFile::loadFromBuffer(const char* buffer, unsigned long length, char
   return load(stream, delimiter, keepDuplicateSections, allowContinuation);
 }
 
-bool KivClIniFile::error(long errorId) {
+bool KivClIniFile::error(unsigned long errorId) {
   if (m_pfuErrorHandler == nullptr) return true;
-  const _KivStError record{errorId, KivEnErrorClass::USER_DATA_ERROR};
+  const _KivStError record{static_cast<long>(errorId), KivEnErrorClass::USER_DATA_ERROR};
   const bool goOn = m_pfuErrorHandler(record, m_uLineNumber, m_pErrorHandlerData);
   // The handler may have edited the model; the cached tail is re-found.
   m_pTailSection = nullptr;
@@ -148,6 +153,10 @@ bool KivClIniFile::load(std::istream& stream, char delimiter, bool keepDuplicate
   } endOfLoad{*this};
   char line[gs_uLineBufferSize];
   line[0] = '\0';
+  // Options belong to a header of this input: a section that getSection or
+  // addSection made current before the load does not take the lines in
+  // front of the first header.
+  m_pCurrentSection = nullptr;
   m_pTailSection = nullptr;
   m_pTailOption = nullptr;
   // The option that an indented line continues.

@@ -16,7 +16,8 @@
 //   - "[name]" opens a section: the name is the text between "[" and the
 //     first "]", exactly as written, cut to 80 characters; text behind the
 //     "]" is ignored. The "[" must be the first character of the line.
-//   - Lines before the first header are dropped without an error.
+//   - Lines before the first header are dropped without an error, also
+//     when a section was selected (getSection) or added before the load.
 //   - An indented line (first character blank) continues the value of the
 //     previous option when continuation is allowed; otherwise it is an error.
 //   - Any other line is an option: the name is every non-blank character
@@ -226,13 +227,16 @@ class KIV_EXPORT KivClIniFile : public KivClFile {
 
   /// Resets the line number to 0 and parses the file with the delimiter
   /// "\n", keeping duplicate sections.
-  /// \returns false, without calling the handler and with the model
-  ///          unchanged, when the file cannot be opened; false when reading
-  ///          it fails; otherwise the parser's result.
+  /// \returns false, without calling the handler and with the lists
+  ///          unchanged (but no section current), when the file cannot be
+  ///          opened; false when reading it fails; otherwise the parser's
+  ///          result.
   bool load(bool allowContinuation);
   /// The parser. Appends what it reads to the model. With
   /// `keepDuplicateSections` false, a header naming an existing section
-  /// (compared without regard to case) continues that section.
+  /// (compared without regard to case) continues that section. Lines in
+  /// front of the input's first header are dropped, whatever section was
+  /// current before.
   /// \returns false when the handler asked to stop (what was read before
   ///          stays), true otherwise. Does not reset the line number.
   bool load(std::istream& stream, char delimiter, bool keepDuplicateSections,
@@ -343,7 +347,7 @@ class KIV_EXPORT KivClIniFile : public KivClFile {
  protected:
   /// Reports a syntax error of the current line: true when no handler is
   /// set, else what the handler returns for {errorId, USER_DATA_ERROR}.
-  bool error(long errorId);
+  bool error(unsigned long errorId);
   /// Reads the next line (at most 1023 characters) into `buffer` (1025
   /// bytes) and counts it. False at the end of the input or after a failure.
   bool nextLine(std::istream& stream, char* buffer, char delimiter);

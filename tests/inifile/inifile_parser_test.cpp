@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "inifile_test_support.hpp"
 #include "kiv_inifile.hpp"
@@ -179,6 +181,18 @@ TEST_F(IniParserTest, SecondLoadStartsWithoutASectionSoLeadingOptionsAreDropped)
   EXPECT_EQ(dumpModel(ini), "[\"s\"]\n  \"a\" = \"1\" ; \"\"\n");
 }
 
+TEST_F(IniParserTest, LeadingOptionsAreDroppedEvenWhenASectionWasSelectedBefore) {
+  EXPECT_TRUE(loadText(ini, "[s]\na=1\n"));
+  ASSERT_TRUE(ini.getSection("s"));
+  EXPECT_TRUE(loadText(ini, "b=2\n[t]\nc=3\n"));
+  ini.addSection("u");
+  EXPECT_TRUE(loadText(ini, "d=4\n"));
+  EXPECT_EQ(dumpModel(ini),
+            "[\"s\"]\n  \"a\" = \"1\" ; \"\"\n[\"t\"]\n  \"c\" = \"3\" ; \"\"\n[\"u\"]\n");
+  EXPECT_TRUE(log.calls.empty());
+  EXPECT_EQ(ini.getCurrentSection(), nullptr);
+}
+
 TEST_F(IniParserTest, CurrentSectionIsClearedAfterEveryLoad) {
   EXPECT_TRUE(loadText(ini, "[s]\na=1\n"));
   EXPECT_EQ(ini.getCurrentSection(), nullptr);
@@ -231,6 +245,32 @@ TEST_F(IniParserTest, HandlerReceivesItsUserDataUnchanged) {
       &seen);
   EXPECT_TRUE(loadText(ini, "[s]\nbad\n"));
   EXPECT_EQ(seen.data, &seen);
+}
+
+// The reporting step itself, as a subclass reaches it: the id arrives with
+// class 101 and the current line number, and without a handler the answer
+// is to go on.
+class IniErrorProbe : public KivClIniFile {
+ public:
+  IniErrorProbe() : KivClIniFile(kivtest::unusedIniName()) {}
+  bool report(unsigned long id) { return error(id); }
+  static constexpr bool kTakesAnUnsignedLong =
+      std::is_same_v<decltype(&IniErrorProbe::error), bool (KivClIniFile::*)(unsigned long)>;
+};
+
+TEST(IniErrorStep, ReportsTheIdWithClass101AndTheLineNumber) {
+  static_assert(IniErrorProbe::kTakesAnUnsignedLong);
+  IniErrorProbe probe;
+  EXPECT_TRUE(probe.report(KIV_INIFILE_INVAL_OPTION));
+  IniErrorLog log;
+  log.attach(probe);
+  const char text[] = "[s]\nk=v\n";
+  EXPECT_TRUE(probe.loadFromBuffer(text, sizeof text - 1, '\n', true, false));
+  log.stopAtCall = 1;
+  EXPECT_FALSE(probe.report(1000003UL));
+  EXPECT_EQ(log.calls,
+            (std::vector<kivtest::IniErrorCall>{iniError(KIV_INIFILE_INVAL_WHITESPACE, 3)}));
+  EXPECT_EQ(log.calls[0].errorClass, KivEnErrorClass::USER_DATA_ERROR);
 }
 
 TEST_F(IniParserTest, LineNumbersGoOnCountingAcrossBufferLoads) {
@@ -383,7 +423,10 @@ TEST_F(IniFileLoadTest, MissingFileFailsWithoutCallingTheHandlerAndKeepsTheModel
   IniErrorLog log;
   log.attach(ini);
   EXPECT_TRUE(loadText(ini, "[kept]\nk=v\nbad\n"));
+  ASSERT_TRUE(ini.getSection("kept"));
   EXPECT_FALSE(ini.load(false));
+  // Whatever the outcome, no section stays current after a load.
+  EXPECT_EQ(ini.getCurrentSection(), nullptr);
   EXPECT_EQ(log.calls.size(), 1u);
   EXPECT_EQ(dumpModel(ini), "[\"kept\"]\n  \"k\" = \"v\" ; \"\"\n");
   EXPECT_EQ(ini.getLineNumber(), 0u);
