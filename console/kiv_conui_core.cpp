@@ -9,21 +9,14 @@
 
 #include "kiv_argv.hpp"
 #include "kiv_conui.hpp"
+#include "kiv_conui_texts.hpp"
 #include "kiv_memmgr.hpp"
 #include "kiv_msgtable.hpp"
 
 namespace {
 
-// Library text numbers used here (message base + N).
-constexpr unsigned long gs_ulHelpSwitches = 8;
-constexpr unsigned long gs_ulCopyrightSwitch = 9;
-constexpr unsigned long gs_ulQuietSwitch = 10;
-constexpr unsigned long gs_ulFatalHeader = 13;
-constexpr unsigned long gs_ulSpecifyHelp = 21;
-constexpr unsigned long gs_ulUnknownArgument = 23;
-constexpr unsigned long gs_ulArgumentNotAllowed = 24;
-constexpr unsigned long gs_ulIllegalRepetition = 25;
-constexpr unsigned long gs_ulMissingSwitch = 26;
+// Library text numbers: console/kiv_conui_texts.hpp.
+using namespace kiv::detail::conuitext;
 
 int countOf(int argc, const char** argv) { return argv != nullptr && argc > 0 ? argc : 0; }
 

@@ -5,20 +5,13 @@
 #include <cstring>
 
 #include "kiv_conui.hpp"
+#include "kiv_conui_texts.hpp"
 #include "kiv_strep.hpp"
 
 namespace {
 
-// Library text numbers used here (message base + N).
-constexpr unsigned long gs_ulYes = 3;
-constexpr unsigned long gs_ulNo = 4;
-constexpr unsigned long gs_ulErrorId = 39;
-constexpr unsigned long gs_ulErrorClass = 40;
-constexpr unsigned long gs_ulErrorSeverity = 41;
-constexpr unsigned long gs_ulRecommendedAction = 42;
-constexpr unsigned long gs_ulCause = 43;
-constexpr unsigned long gs_ulModule = 44;
-constexpr unsigned long gs_ulLine = 46;
+// Library text numbers: console/kiv_conui_texts.hpp.
+using namespace kiv::detail::conuitext;
 
 constexpr const char* gs_pszLabelIndent = "  ";
 constexpr const char* gs_pszLabelSeparator = ": ";

@@ -8,25 +8,13 @@
 
 #include "kiv_base.hpp"
 #include "kiv_conui.hpp"
+#include "kiv_conui_texts.hpp"
 #include "kiv_usage.hpp"
 
 namespace {
 
-// Library text numbers used here (message base + N).
-constexpr unsigned long gs_ulHelpSwitches = 8;
-constexpr unsigned long gs_ulCopyrightSwitch = 9;
-constexpr unsigned long gs_ulQuietSwitch = 10;
-constexpr unsigned long gs_ulExceptionHeader = 12;
-constexpr unsigned long gs_ulFatalHeader = 13;
-constexpr unsigned long gs_ulErrorHeader = 14;
-constexpr unsigned long gs_ulWarningHeader = 15;
-constexpr unsigned long gs_ulUsage = 17;
-constexpr unsigned long gs_ulHelp = 18;
-constexpr unsigned long gs_ulNoHelp = 22;
-constexpr unsigned long gs_ulCopyright = 34;
-constexpr unsigned long gs_ulLevel = 35;
-constexpr unsigned long gs_ulPltxLevel = 36;
-constexpr unsigned long gs_ulCompileDate = 38;
+// Library text numbers: console/kiv_conui_texts.hpp.
+using namespace kiv::detail::conuitext;
 
 constexpr const char* gs_pszLabelSeparator = ": ";
 constexpr const char* gs_pszMessageIndent = "  ";

@@ -11,21 +11,12 @@
 
 #include "kiv_base.hpp"
 #include "kiv_conui.hpp"
+#include "kiv_conui_texts.hpp"
 
 namespace {
 
-// Library text numbers used here (message base + N).
-constexpr unsigned long gs_ulYes = 3;
-constexpr unsigned long gs_ulNo = 4;
-constexpr unsigned long gs_ulYesNoHint = 5;
-constexpr unsigned long gs_ulMin = 6;
-constexpr unsigned long gs_ulMax = 7;
-constexpr unsigned long gs_ulDefault = 11;
-constexpr unsigned long gs_ulPressEnter = 20;
-constexpr unsigned long gs_ulInvalidValue = 30;
-constexpr unsigned long gs_ulEnterNumeric = 31;
-constexpr unsigned long gs_ulEnterWithinLimits = 32;
-constexpr unsigned long gs_ulPleaseUse = 33;
+// Library text numbers: console/kiv_conui_texts.hpp.
+using namespace kiv::detail::conuitext;
 
 constexpr const char gs_szSpinner[] = "|/-\\";
 constexpr std::uint32_t gs_ulSpinnerSteps = sizeof(gs_szSpinner) - 1;

@@ -8,13 +8,12 @@
 
 #include "kiv_argv.hpp"
 #include "kiv_conui.hpp"
+#include "kiv_conui_texts.hpp"
 
 namespace {
 
-// Library text numbers used here (message base + N).
-constexpr unsigned long gs_ulNoValue = 27;
-constexpr unsigned long gs_ulNoNumericValue = 28;
-constexpr unsigned long gs_ulNonNumericValue = 29;
+// Library text numbers: console/kiv_conui_texts.hpp.
+using namespace kiv::detail::conuitext;
 
 // The switch name "-c" of a one-character name.
 struct CharName {
