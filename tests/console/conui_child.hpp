@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kiv_child_support.hpp"
+#include "kiv_test_support.hpp"
 
 namespace conuitest {
 
@@ -28,13 +29,7 @@ inline kivtest::ChildRun conuiRun(const std::string& program, const std::string&
 }
 
 /// The contents of a file of the test data (golden files).
-inline std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot read " + path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+inline std::string readFile(const std::string& path) { return kivtest::readRequiredFile(path); }
 
 /// The horizontal bar of the displays: 74 "-" and a newline.
 inline std::string bar() { return std::string(74, '-') + "\n"; }

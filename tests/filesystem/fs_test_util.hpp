@@ -32,16 +32,9 @@ namespace fstest {
 /// The user and group that the unprivileged children switch to.
 inline constexpr uid_t kUnprivilegedId = 65534;
 
-inline void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << content;
-  if (!out) throw std::runtime_error("cannot write " + path);
-}
+using kivtest::writeFile;
 
-inline std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using kivtest::readFile;
 
 inline bool exists(const std::string& path) {
   struct stat status {};

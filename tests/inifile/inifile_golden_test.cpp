@@ -21,11 +21,7 @@ struct GoldenCase {
 
 std::ostream& operator<<(std::ostream& os, const GoldenCase& c) { return os << c.name; }
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in.is_open()) << path;
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using kivtest::readRequiredFile;
 
 class IniGoldenTest : public ::testing::TestWithParam<GoldenCase> {
  protected:
@@ -42,7 +38,7 @@ class IniGoldenTest : public ::testing::TestWithParam<GoldenCase> {
 TEST_P(IniGoldenTest, ModelMatchesTheExpectedDump) {
   const GoldenCase& c = GetParam();
   const std::string base = std::string(KIV_INIFILE_TEST_DATA) + "/" + c.name;
-  const std::string input = readFile(base + ".ini");
+  const std::string input = readRequiredFile(base + ".ini");
   KivClIniFile ini(kivtest::unusedIniName());
   kivtest::IniErrorLog log;
   log.attach(ini);
@@ -55,7 +51,7 @@ TEST_P(IniGoldenTest, ModelMatchesTheExpectedDump) {
               std::to_string(call.line) + "\n";
   }
   actual += kivtest::dumpModel(ini);
-  EXPECT_EQ(actual, readFile(base + ".expected"));
+  EXPECT_EQ(actual, readRequiredFile(base + ".expected"));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -24,10 +24,7 @@ using kivtest::valueOf;
 
 namespace {
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using kivtest::readFile;
 
 class IniSaveTest : public ::testing::Test {
  protected:

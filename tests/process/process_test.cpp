@@ -43,12 +43,7 @@ constexpr const char* kChild = KIV_TEST_CHILD_PATH;
 
 bool fileExists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using kivtest::readFile;
 
 void writeFile(const std::string& path, const std::string& text, mode_t mode) {
   std::ofstream(path, std::ios::binary) << text;

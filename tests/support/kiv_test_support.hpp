@@ -10,6 +10,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <ostream>
 #include <stdexcept>
@@ -49,6 +51,27 @@ inline ::testing::AssertionResult errorIs(const char* actualExpr, const char*, c
   if (actual == expected) return ::testing::AssertionSuccess();
   return ::testing::AssertionFailure()
          << actualExpr << " is " << describe(actual) << ", expected " << describe(expected);
+}
+
+/// The whole contents of a file; the empty text when it cannot be read.
+inline std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+/// The whole contents of a file that must exist (golden files, results);
+/// throws, and so fails the test, when it cannot be read.
+inline std::string readRequiredFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw std::runtime_error("cannot read " + path);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+/// Writes `text` as the whole contents of a file; throws when it cannot.
+inline void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << text;
+  if (!out.flush()) throw std::runtime_error("cannot write " + path);
 }
 
 /// A fresh directory under $TMPDIR (or /tmp), removed with its contents.

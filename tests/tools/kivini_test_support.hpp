@@ -26,18 +26,9 @@ using Result = kivtest::ChildResult;
 /// The value of HOME in the child, so that $(HOME) substitutes a known text.
 inline const char* const kHome = "/home/kivtest";
 
-inline std::string readAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot read " + path);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
+inline std::string readAll(const std::string& path) { return kivtest::readRequiredFile(path); }
 inline void writeAll(const std::string& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  if (!out.flush()) throw std::runtime_error("cannot write " + path);
+  kivtest::writeFile(path, text);
 }
 
 inline bool exists(const std::string& path) {
