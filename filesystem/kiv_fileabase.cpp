@@ -64,7 +64,9 @@ const char* startExpansion(const char* path, bool absolute, ExpansionResult& res
     const KivClEnvironmentVariableQueryOnly home("HOME");
     const char* value = home.getValue();
     if (value == nullptr) return path;  // the "~" stays an ordinary component
-    if (!result.append(value, lengthWithoutTrailingSeparators(value))) return nullptr;
+    // HOME's value exactly as it is: a trailing "/" stays, so "HOME=/home/u/"
+    // gives "/home/u//x/" for "~/x/". The text is not normalised here.
+    if (!result.append(value, std::strlen(value))) return nullptr;
     return path[1] == '\0' ? path + 1 : path + 2;
   }
   if (!absolute) {

@@ -10,7 +10,9 @@ namespace {
 
 void copySectionName(char* target, const char* start, std::size_t length) {
   if (length > KIV_INIFILE_SECTION_NAME_MAX) length = KIV_INIFILE_SECTION_NAME_MAX;
-  std::memcpy(target, start, length);
+  // memcpy wants a valid source even for no bytes, and an empty name may
+  // come with a null start.
+  if (length > 0) std::memcpy(target, start, length);
   target[length] = '\0';
 }
 

@@ -237,12 +237,12 @@ void KivClIniFileOption::processValue(const char* source, char* destination) noe
       quotedCopy(out, source);
       mark = out.position();
     } else if (c == '\'') {
-      if (source[1] == '\0') {
-        ++source;  // a lone quote at the end of the line stores nothing
-      } else {
-        out.put(kivIniFileGetQuotedCharacter(source));
-        mark = out.position();
-      }
+      // A quote that ends the line takes the NUL behind it as its character:
+      // the NUL is stored and protected like any other, so the blanks typed
+      // before the quote survive the trimming ("x  '" keeps "x  "). The
+      // literal never reads past that NUL.
+      out.put(kivIniFileGetQuotedCharacter(source));
+      mark = out.position();
     } else if (c == '$' && source[1] == '(' && lastClose != nullptr && lastClose > source + 1) {
       const char* close = std::strchr(source + 2, ')');
       substitute(out, source + 2, close);

@@ -12,7 +12,11 @@
 //     first two characters of the path ("~/") are dropped, whatever the
 //     second one is ("~ab/" gives HOME + "/b/"). When "HOME" is not set,
 //     the result starts EMPTY and "~" is an ordinary component: "~/x/" then
-//     expands to "/~/x/", not to a directory below the current one. Kept so;
+//     expands to "/~/x/", not to a directory below the current one. Kept so.
+//     The value of "HOME" is taken exactly as it is, a trailing "/"
+//     included, and the result is not normalised further: with
+//     "HOME=/home/u/" the text "~/x/" expands to "/home/u//x/", with
+//     "HOME=/" to "//x/";
 //   - a text that is not absolute is put after the current directory;
 //   - each component is then copied, except that a component ending in "."
 //     disappears and a component ending in ".." removes the last component of
@@ -25,9 +29,6 @@
 // A failed expansion writes the empty text into the buffer and returns false.
 //
 // Choices made here where the rules leave room:
-//   - A value of "HOME" that ends with "/" is taken without its trailing
-//     separators, so "HOME=/home/u/" and "HOME=/home/u" expand "~/x/" alike
-//     ("/home/u/x/"), and "HOME=/" gives "/x/".
 //   - The expansion also fails when the current directory cannot be
 //     determined (it was removed, or its name is too long) and when the
 //     result would be longer than 4096 characters.

@@ -33,7 +33,10 @@
 // literal is skipped unchecked, so 'ab' gives a); $(NAME) inserts the value
 // of the environment variable NAME (nothing when unset); anything else is
 // copied as typed, unquoted backslashes included. Trailing blanks are then
-// removed, but never those produced by quotes or literals. Escapes: \a \b
+// removed, but never those produced by quotes or literals, nor those typed
+// before a literal. A "'" that ends the line is a literal too: its character
+// is the NUL behind the line, so the blanks before it are kept ("x  '" gives
+// "x  ", and '    ' with four blanks gives three). Escapes: \a \b
 // \f \n \r \t \v; \x followed by hexadecimal digits (all that follow; no
 // digit gives the byte 0); a decimal digit starts an octal number (all octal
 // digits that follow; \8 and \9 give the byte 0 and consume nothing); any
@@ -55,9 +58,9 @@
 //   - Nothing is ever written past an option's 1024-byte buffer: text that
 //     continuation lines and $(NAME) substitution add is cut at the buffer's
 //     end, and the comment is cut to what remains (possibly nothing).
-//   - A lone "'" at the end of a line stores nothing; a backslash at the
-//     end of a line ends a quoted string (it is dropped) and gives the byte
-//     0 in a literal. No step ever reads past the end of a line.
+//   - A backslash at the end of a line ends a quoted string (it is dropped)
+//     and gives the byte 0 in a literal. No step ever reads past the end of
+//     a line.
 //   - A variable name of more than 40 characters names no variable (it
 //     inserts nothing).
 //   - The parser keeps an option line with an empty name ("=x"); it counts
@@ -119,7 +122,8 @@ class KIV_EXPORT KivClIniFileSection {
   /// empty name).
   explicit KivClIniFileSection(const char* name) noexcept;
   /// A section named by the characters from `start` up to `end` (exclusive),
-  /// at most 80 of them.
+  /// at most 80 of them. A null `start` or `end`, or an `end` not behind
+  /// `start`, gives the empty name.
   KivClIniFileSection(const char* start, const char* end) noexcept;
   /// Frees the option list and every section linked behind this one.
   ~KivClIniFileSection();

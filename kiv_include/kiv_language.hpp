@@ -521,8 +521,9 @@ class KIV_EXPORT KivClLanguage {
   char* extractLongCode(char* buffer) const;
 
   /// Writes the language code, followed by "-" and the territory short code
-  /// only when the territory is neither unspecified nor TERRITORY_INVALID:
-  /// "en-us", or "en".
+  /// only when the territory is neither unspecified (0) nor TERRITORY_INVALID
+  /// (242): "en-us", or "en". Any other index beyond the table (from the
+  /// number constructor) is written, as "??": "??-??" for 0xFFFFFFFF.
   /// \param buffer  at least cv_uiCodeBufferSize bytes; null writes nothing
   /// \return buffer
   char* extractISOShortCode(char* buffer) const;

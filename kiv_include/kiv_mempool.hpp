@@ -47,10 +47,13 @@
 //     (within 4 KiB of the address space) is a growth failure with class
 //     OUT_OF_MEMORY, severity FATAL and action TERMINATE, reported like any
 //     other, without asking the allocator.
-//   - deleteAt makes the block of the position the current block again when
-//     allocation had moved past it, so rewinding to a state handle continues
-//     exactly where the handle was taken (and never leaves the pool pointing
-//     at a freed block).
+//   - deleteAt leaves the current block alone (a kept later block goes on
+//     serving, emptied), except where the release frees the current block:
+//     then the block of the position becomes the current block, so that the
+//     pool never points at freed memory.
+//   - When the release step (deleteAll(block, previous) called by the
+//     caller) frees the current block, the nearest kept block before it
+//     becomes the current block.
 //   - deleteAll(block, previous) acts only when `previous` is a block of this
 //     pool whose next is `block`.
 //   - A pool over caller memory with a null area gets an area of size 0.
@@ -178,8 +181,10 @@ class KIV_EXPORT KivClMemoryPool {
   KivClMemoryPool(void* memory, std::size_t size);
 
   /// Frees every block the pool allocated (for caller memory: the header
-  /// only); then clears the current block, the error handler and the user
-  /// pointer.
+  /// only): while the first block has a following block, deleteAll() runs
+  /// (each pass frees what the pass before emptied, last block first); then
+  /// the first block is freed, always last. Finally clears the current
+  /// block, the error handler and the user pointer.
   ~KivClMemoryPool();
 
   KivClMemoryPool(const KivClMemoryPool&) = delete;
@@ -230,10 +235,11 @@ class KIV_EXPORT KivClMemoryPool {
   /// chain whose area contains it (start <= position <= end + 1; nothing
   /// happens when none does), releases the blocks after it as
   /// deleteAll(next, block) does, and sets that block's current to
-  /// `position`. The block's chunk count is left as it is. When the current
-  /// block lay after that block, that block becomes the current block again,
-  /// so that a rewind to a state handle continues exactly where the handle
-  /// was taken.
+  /// `position`. The block's chunk count is left as it is, and so is the
+  /// current block: after a rewind to a state handle taken before the pool
+  /// moved on to a later block, that later block (emptied) stays current and
+  /// getCurrentFreeSize() answers its free size. Only when the release freed
+  /// the current block does the block of the position become current.
   void deleteAt(const void* position);
 
   /// Releases everything: the blocks after the first are released as by
@@ -243,10 +249,12 @@ class KIV_EXPORT KivClMemoryPool {
   /// what the first one emptied.
   void deleteAll();
 
-  /// The release step for `block` and every block after it: a block with
-  /// chunks is emptied (current = start, chunk count 0) and kept; a block
-  /// without chunks is unlinked from its predecessor and freed, the block
-  /// count drops by 1 and the size in KiB by its capacity / 1024 (the
+  /// The release step for `block` and every block after it, depth first:
+  /// the blocks behind a block are released before the block itself, so the
+  /// last block of the chain is handed back to the memory manager first. A
+  /// block with chunks is emptied (current = start, chunk count 0) and kept;
+  /// a block without chunks is unlinked from its predecessor and freed, the
+  /// block count drops by 1 and the size in KiB by its capacity / 1024 (the
   /// capacity, not the total size that growth added: the counter may drift
   /// upwards, and that is kept so). `previous` must be the block whose next
   /// is `block`; when it is not (or either is null) nothing happens. When the
@@ -329,7 +337,9 @@ class KIV_EXPORT KivClMemoryPool {
  private:
   KivClMemoryPoolBlock* grow(KivClMemoryPoolBlock* last, std::size_t size);
   void reportGrowthFailure(const _KivStUserError& error, const char* cause);
-  void releaseFrom(KivClMemoryPoolBlock* block, KivClMemoryPoolBlock* previous) noexcept;
+  // The release step without its checks; true when it freed the current
+  // block, which the caller then replaces.
+  bool releaseFrom(KivClMemoryPoolBlock* block, KivClMemoryPoolBlock* previous) noexcept;
   void freeBlock(KivClMemoryPoolBlock* block) noexcept;
 
   // What both constructors start from: no blocks, no handler.

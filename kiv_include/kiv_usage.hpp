@@ -126,7 +126,9 @@ class KIV_EXPORT KivClUsageCursor : public KivClUniDirCursorABase {
   /// after it, and the usage character after them must be a delimiter as
   /// for matchesSwitch. So at the switch element -key the text "-key"
   /// matches and "key" does not; at a word element "all" the text "all"
-  /// matches. False for null and on an invalid cursor.
+  /// matches. A value element is compared the same way, by the letters and
+  /// digits of its name as for switches: at <key> the text "<key" matches,
+  /// "<key>" and "key" do not. False for null and on an invalid cursor.
   bool matches(const char* text) const;
 
   /// True when the switch at the cursor requires a value: the cursor is on a

@@ -109,8 +109,12 @@ char* joinCodes(char* buffer, const char* languageCode, const char* territoryCod
   return buffer;
 }
 
+/// Whether the ISO extractions write the territory: for every index but the
+/// two that mean "none given" (unspecified) and "not found" (invalid). An
+/// index beyond the table is neither, so it is written, as "??".
 bool territoryIsGiven(Territory territory) {
-  return territory != Territory::TERRITORY_UNSPECIFIED && territoryRow(territory) != nullptr;
+  return territory != Territory::TERRITORY_UNSPECIFIED &&
+         territory != Territory::TERRITORY_INVALID;
 }
 
 }  // namespace

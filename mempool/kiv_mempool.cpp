@@ -67,13 +67,11 @@ KivClMemoryPool::KivClMemoryPool(void* memory, std::size_t size)
 }
 
 KivClMemoryPool::~KivClMemoryPool() {
-  // Freeing the chain directly ends in the same place as repeating
-  // deleteAll() until only the first block is left and then freeing that.
-  KivClMemoryPoolBlock* block = m_pclFirstBlock;
-  while (block != nullptr) {
-    KivClMemoryPoolBlock* next = block->m_pclNext;
-    freeBlock(block);
-    block = next;
+  if (m_pclFirstBlock != nullptr) {
+    // Each pass frees the blocks that the pass before emptied (two passes
+    // at most), last block first; the first block goes back last.
+    while (m_pclFirstBlock->m_pclNext != nullptr) deleteAll();
+    freeBlock(m_pclFirstBlock);
   }
   m_pclFirstBlock = nullptr;
   m_pclCurrentBlock = nullptr;

@@ -14,18 +14,14 @@ void KivClMemoryPool::deleteAt(const void* position) {
   }
   if (found == nullptr) return;
 
-  // A rewind continues where the handle was taken: if allocation had moved
-  // on to a later block, the block of the position becomes current again.
-  bool currentIsLater = false;
-  for (const KivClMemoryPoolBlock* b = found->m_pclNext; b != nullptr; b = b->m_pclNext) {
-    if (b == m_pclCurrentBlock) {
-      currentIsLater = true;
-      break;
-    }
+  // The current block stays where it is: a kept block behind the position
+  // goes on serving, emptied. Only when the release freed the current block
+  // does the block of the position take over, so that no pointer to freed
+  // memory is kept.
+  if (found->m_pclNext != nullptr && releaseFrom(found->m_pclNext, found)) {
+    m_pclCurrentBlock = found;
   }
-  if (found->m_pclNext != nullptr) releaseFrom(found->m_pclNext, found);
   found->m_ulCurrent = pos;
-  if (currentIsLater) m_pclCurrentBlock = found;
 }
 
 void KivClMemoryPool::deleteAll() {
@@ -44,31 +40,53 @@ void KivClMemoryPool::deleteAll(KivClMemoryPoolBlock* block, KivClMemoryPoolBloc
   const KivClMemoryPoolBlock* b = m_pclFirstBlock;
   while (b != nullptr && b != previous) b = b->m_pclNext;
   if (b == nullptr) return;
-  releaseFrom(block, previous);
+
+  // A block's fate depends only on its own chunk count, so the block that
+  // takes over from a freed current block (the nearest one before it that
+  // stays) is known before anything is released.
+  KivClMemoryPoolBlock* successor = previous;
+  for (KivClMemoryPoolBlock* s = block; s != nullptr && s != m_pclCurrentBlock; s = s->m_pclNext) {
+    if (s->m_llChunkCount > 0) successor = s;
+  }
+  if (releaseFrom(block, previous)) m_pclCurrentBlock = successor;
 }
 
-void KivClMemoryPool::releaseFrom(KivClMemoryPoolBlock* block,
+bool KivClMemoryPool::releaseFrom(KivClMemoryPoolBlock* block,
                                   KivClMemoryPoolBlock* previous) noexcept {
-  // The release is described depth first (the tail before the block), but
-  // each block's fate depends only on its own chunk count, so one pass from
-  // the front ends with the same chain and counters, and needs no stack for
-  // long chains. `kept` is the nearest block before `b` that stays.
-  KivClMemoryPoolBlock* kept = previous;
+  // Depth first: the blocks behind a block are released before the block
+  // itself, so the last block of the chain goes back to the memory manager
+  // first; a replaced memory manager sees exactly that order. Recursing
+  // would take a stack frame per block, too many for a long chain, so the
+  // links from `block` on are turned round for the walk back and set right
+  // again on the way.
+  KivClMemoryPoolBlock* last = previous;
   for (KivClMemoryPoolBlock* b = block; b != nullptr;) {
     KivClMemoryPoolBlock* next = b->m_pclNext;
+    b->m_pclNext = last;
+    last = b;
+    b = next;
+  }
+
+  bool currentFreed = false;
+  // The nearest kept block behind the one at hand: its next once it stays.
+  KivClMemoryPoolBlock* behind = nullptr;
+  for (KivClMemoryPoolBlock* b = last; b != previous;) {
+    KivClMemoryPoolBlock* before = b->m_pclNext;
     if (b->m_llChunkCount > 0) {
       b->empty();
-      kept = b;
+      b->m_pclNext = behind;
+      behind = b;
     } else {
-      kept->m_pclNext = next;
       --m_ullBlockCount;
       // The capacity, not the total that growth added: kept so.
       m_ullSizeInKiB -= b->getCapacity() / 1024;
-      if (b == m_pclCurrentBlock) m_pclCurrentBlock = kept;
+      if (b == m_pclCurrentBlock) currentFreed = true;
       freeBlock(b);
     }
-    b = next;
+    b = before;
   }
+  previous->m_pclNext = behind;
+  return currentFreed;
 }
 
 void KivClMemoryPool::reset(KivClMemoryPoolBlock* block) {

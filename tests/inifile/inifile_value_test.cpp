@@ -97,6 +97,12 @@ TEST_F(IniValueTest, HexAndOctalEscapesInsideQuotes) {
   EXPECT_EQ(value(R"(a = "\x4a\x4A\x41g")", "a"), "JJAg");
 }
 
+TEST_F(IniValueTest, OctalEscapesWithTheDigitSeven) {
+  // BEL, apostrophe, DEL.
+  EXPECT_EQ(value(R"(v = "\7\047\177")"), "\a'\x7f");
+  EXPECT_EQ(value(R"(w = '\7')", "w"), "\a");
+}
+
 TEST_F(IniValueTest, UnquotedBackslashesAreKeptAsTyped) {
   EXPECT_EQ(value(R"(k = \x41\102)", "k"), R"(\x41\102)");
 }
@@ -162,10 +168,30 @@ TEST_F(IniValueTest, CharacterLiteralWithEscapes) {
   EXPECT_EQ(comment("z"), "c");
 }
 
-TEST_F(IniValueTest, LoneQuoteAtTheEndOfTheLineStoresNothing) {
+TEST_F(IniValueTest, QuoteAtTheEndOfTheLineTakesTheNulBehindIt) {
   EXPECT_EQ(value("v = ab'"), "ab");
   EXPECT_EQ(value("w = '", "w"), "");
   EXPECT_EQ(value(R"(x = a'\)", "x"), "a");
+  // The NUL is stored like any literal's character, right behind the value,
+  // and the comment is empty.
+  const KivClIniFileOption* o = option("v");
+  ASSERT_NE(o, nullptr);
+  EXPECT_EQ(std::memcmp(o->getValue(), "ab\0", 3), 0);
+  EXPECT_STREQ(o->getComment(), "");
+}
+
+TEST_F(IniValueTest, QuoteAtTheEndOfTheLineProtectsTheBlanksBeforeIt) {
+  EXPECT_EQ(value("a = x  '", "a"), "x  ");
+  // One blank from the first literal (which skips the second), two copied,
+  // and the closing quote is a literal of its own that protects them.
+  EXPECT_EQ(value("indent = '    '", "indent"), "   ");
+  EXPECT_EQ(value("t = x\t '", "t"), "x\t ");
+  // Without the quote the blanks go.
+  EXPECT_EQ(value("b = x  ", "b"), "x");
+}
+
+TEST_F(IniValueTest, ContinuationGoesOnBehindTheProtectedBlanks) {
+  EXPECT_EQ(value("v = x  '\n   y", "v", true), "x  y");
 }
 
 // --- The free functions --------------------------------------------------------
@@ -183,6 +209,18 @@ TEST(IniValueFunctions, EscapeCharacterAdvancesPastWhatItConsumed) {
   p = "\"!";
   EXPECT_EQ(kivIniFileGetEscCharacter(p), '"');
   EXPECT_STREQ(p, "!");
+}
+
+TEST(IniValueFunctions, OctalEscapeTakesTheDigitSeven) {
+  const char* p = "7x";
+  EXPECT_EQ(kivIniFileGetEscCharacter(p), '\7');
+  EXPECT_STREQ(p, "x");
+  p = "177!";
+  EXPECT_EQ(kivIniFileGetEscCharacter(p), '\177');
+  EXPECT_STREQ(p, "!");
+  p = "778";
+  EXPECT_EQ(kivIniFileGetEscCharacter(p), '\77');
+  EXPECT_STREQ(p, "8");
 }
 
 TEST(IniValueFunctions, HexEscapeWithoutDigitGivesZeroAndLeavesTheNextCharacter) {
@@ -492,6 +530,19 @@ TEST(IniSectionRecord, NamesAreCutToEightyCharacters) {
   KivClIniFileSection b(text + 1, text + 5);
   EXPECT_STREQ(b.getName(), "name");
   KivClIniFileSection c(text + 5, text + 1);
+  EXPECT_STREQ(c.getName(), "");
+}
+
+// Without a start there is nothing to copy; under the undefined-behaviour
+// sanitizer this also proves that no null pointer reaches memcpy.
+TEST(IniSectionRecord, NullStartGivesTheEmptyName) {
+  const char text[] = "[name]";
+  const KivClIniFileSection a(nullptr, text + 5);
+  EXPECT_STREQ(a.getName(), "");
+  EXPECT_TRUE(a.isDeleted());
+  const KivClIniFileSection b(nullptr, nullptr);
+  EXPECT_STREQ(b.getName(), "");
+  const KivClIniFileSection c(text + 1, nullptr);
   EXPECT_STREQ(c.getName(), "");
 }
 

@@ -510,8 +510,17 @@ TEST(LanguageNumber, IndicesBeyondTheTablesAreKeptAndCountAsInvalid) {
   EXPECT_EQ(printed(beyond), "??");
   EXPECT_EQ(shortCode(beyond), "?\?-??");
   EXPECT_EQ(longCode(beyond), "?\?-??");
-  EXPECT_EQ(isoShortCode(beyond), "??");
-  EXPECT_EQ(isoLongCode(beyond), "??");
+  // Only the territories 0 and 242 are left out; 0xFFFF is neither.
+  EXPECT_EQ(isoShortCode(beyond), "?\?-??");
+  EXPECT_EQ(isoLongCode(beyond), "?\?-??");
+
+  // A valid language with a territory just beyond the table, and the
+  // packed numbers whose territory is exactly 0 or 242.
+  const KivClLanguage enBeyond((25u << 16) | 243u);
+  EXPECT_EQ(isoShortCode(enBeyond), "en-??");
+  EXPECT_EQ(isoLongCode(enBeyond), "en-??");
+  EXPECT_EQ(isoShortCode(KivClLanguage(0xFFFF0000u)), "??");
+  EXPECT_EQ(isoLongCode(KivClLanguage((25u << 16) | 242u)), "en");
 
   const KivClLanguage languageOnly((200u << 16) | 1u);
   EXPECT_FALSE(languageOnly.isValid());

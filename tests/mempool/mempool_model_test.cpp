@@ -73,11 +73,11 @@ class PoolModel {
     }
   }
 
-  // Rewind to (block, offset).
+  // Rewind to (block, offset). The current block stays, unless the release
+  // freed it: then the rewound block takes over.
   void deleteAt(std::size_t block, std::size_t offset) {
-    releaseAfter(block);
+    if (releaseAfter(block)) m_current = block;
     m_blocks[block].used = offset;
-    if (m_current > block) m_current = block;
   }
 
   void deleteAll() {
@@ -111,9 +111,12 @@ class PoolModel {
     return chunk;
   }
 
-  void releaseAfter(std::size_t block) {
+  // Releases the blocks behind `block`; true when the current block was
+  // among the freed ones (it then moves to the nearest kept block before it).
+  bool releaseAfter(std::size_t block) {
     std::vector<Block> kept(m_blocks.begin(), m_blocks.begin() + static_cast<long>(block) + 1);
     std::size_t current = m_current;
+    bool currentFreed = false;
     for (std::size_t i = block + 1; i < m_blocks.size(); ++i) {
       Block b = m_blocks[i];
       if (b.chunks > 0) {
@@ -123,11 +126,15 @@ class PoolModel {
         kept.push_back(b);
       } else {
         m_kib -= b.capacity / 1024;
-        if (i == m_current) current = kept.size() - 1;
+        if (i == m_current) {
+          current = kept.size() - 1;
+          currentFreed = true;
+        }
       }
     }
     m_blocks = kept;
     m_current = current;
+    return currentFreed;
   }
 
   std::vector<Block> m_blocks;

@@ -18,6 +18,7 @@ namespace {
 using mempooltest::addr;
 using mempooltest::chainOf;
 using mempooltest::currentIndexOf;
+using mempooltest::ReleaseRecorder;
 using mempooltest::UserAllocatorGuard;
 
 constexpr std::size_t kMax = std::numeric_limits<std::size_t>::max();
@@ -438,19 +439,23 @@ TEST(KivClMemoryPool, RewindAcrossBlocksKeepsUsedBlocksAndReturnsToTheHandle) {
 
   pool.deleteAt(handle);
   EXPECT_EQ(pool.getBlockCount(), 3u);  // blocks with chunks are kept, empty
-  EXPECT_EQ(currentIndexOf(pool), 0);
-  EXPECT_EQ(pool.getCurrentFreeSize(), fresh);
+  EXPECT_EQ(pool.getFirstBlock()->getCurrent(), handle);
   const auto chain = chainOf(pool);
   for (std::size_t i = 1; i < chain.size(); ++i) {
     EXPECT_EQ(chain[i]->getFreeSize(), 4048u);
     EXPECT_EQ(chain[i]->getChunkCount(), 0);
   }
+  // The emptied third block stays current.
+  EXPECT_EQ(currentIndexOf(pool), 2);
+  EXPECT_EQ(pool.getCurrentFreeSize(), 4048u);
   EXPECT_EQ(pool.getSizeInKiB(), 16u);
 
   // The same rewind again frees what the first one emptied: 3 KiB each.
+  // The current block is among them, so the block of the handle takes over.
   pool.deleteAt(handle);
   EXPECT_EQ(pool.getBlockCount(), 1u);
   EXPECT_EQ(pool.getSizeInKiB(), 16u - 3u - 3u);
+  EXPECT_EQ(currentIndexOf(pool), 0);
   EXPECT_EQ(pool.getCurrentFreeSize(), fresh);
 }
 
@@ -462,9 +467,50 @@ TEST(KivClMemoryPool, RewindIntoAFullBlockAcceptsItsEndPlusOne) {
   ASSERT_NE(pool.allocate(100), nullptr);  // block 2 becomes current
   ASSERT_EQ(currentIndexOf(pool), 1);
   pool.deleteAt(endPlusOne);
-  EXPECT_EQ(currentIndexOf(pool), 0);
-  EXPECT_EQ(pool.getCurrentFreeSize(), 0u);
+  EXPECT_EQ(pool.getFirstBlock()->getCurrent(), endPlusOne);
+  EXPECT_EQ(pool.getFirstBlock()->getFreeSize(), 0u);
   EXPECT_EQ(pool.getBlockCount(), 2u);
+}
+
+TEST(KivClMemoryPool, RewindLeavesTheCurrentBlockWhereItIs) {
+  KivClMemoryPool pool(4096, 4096, 256);
+  ASSERT_NE(pool.allocate(4048), nullptr);
+  void* handle = pool.getCurrentStateHandle();
+  ASSERT_NE(pool.allocate(100), nullptr);  // a second block, now current
+  KivClMemoryPoolBlock* second = pool.getFirstBlock()->getNext();
+  ASSERT_EQ(pool.getCurrentBlock(), second);
+
+  pool.deleteAt(handle);
+  // The second block had a chunk: it is emptied and kept, and stays current.
+  EXPECT_EQ(pool.getCurrentBlock(), second);
+  EXPECT_EQ(pool.getCurrentFreeSize(), 4048u);
+  EXPECT_EQ(second->getChunkCount(), 0);
+  EXPECT_EQ(pool.getCurrentStateHandle(), second->getStart());
+  std::uint64_t blockNumber = 0;
+  EXPECT_EQ(pool.allocate(8, blockNumber), second->getStart());
+  EXPECT_EQ(blockNumber, 2u);
+}
+
+TEST(KivClMemoryPool, RewindThatFreesTheCurrentBlockMakesTheRewoundBlockCurrent) {
+  KivClMemoryPool pool(4096, 4096, 256);
+  ASSERT_NE(pool.allocate(4000), nullptr);
+  void* handle = pool.getCurrentStateHandle();
+  ASSERT_NE(pool.allocate(4000), nullptr);  // block 2
+  ASSERT_NE(pool.allocate(4000), nullptr);  // block 3, current
+  const auto before = chainOf(pool);
+  ASSERT_EQ(before.size(), 3u);
+  ASSERT_EQ(currentIndexOf(pool), 2);
+  pool.reset(const_cast<KivClMemoryPoolBlock*>(before[2]));  // block 3 without chunks
+
+  pool.deleteAt(handle);
+  // Block 3 (current) is freed and block 2 kept: the block of the handle
+  // takes over, not the nearest kept block before the freed one.
+  const auto after = chainOf(pool);
+  ASSERT_EQ(after.size(), 2u);
+  EXPECT_EQ(after[1], before[1]);
+  EXPECT_EQ(pool.getCurrentBlock(), pool.getFirstBlock());
+  EXPECT_EQ(pool.getCurrentStateHandle(), handle);
+  EXPECT_EQ(pool.getCurrentFreeSize(), 48u);
 }
 
 TEST(KivClMemoryPool, RewindToAPositionOutsideThePoolDoesNothing) {
@@ -561,6 +607,66 @@ TEST(KivClMemoryPool, ReleaseStepFreesEmptyBlocksAndEmptiesUsedOnes) {
   std::uint64_t blockNumber = 0;
   ASSERT_NE(pool.allocate(8, blockNumber), nullptr);
   EXPECT_EQ(blockNumber, 2u);
+}
+
+TEST(KivClMemoryPool, ReleaseStepHandsTheLastBlockBackFirst) {
+  ReleaseRecorder recorder;
+  KivClMemoryPool pool(4096, 4096, 256);
+  for (int i = 0; i < 4; ++i) ASSERT_NE(pool.allocate(4000), nullptr);
+  const auto blocks = chainOf(pool);
+  ASSERT_EQ(blocks.size(), 4u);
+  KivClMemoryPoolBlock* first = pool.getFirstBlock();
+  KivClMemoryPoolBlock* second = first->getNext();
+  pool.reset(second);  // blocks 2, 3 and 4 without chunks
+  std::uint64_t blockNumber = 0;
+  KivClMemoryPoolBlock* third = second->getNext();
+  ASSERT_NE(pool.allocate(third, 8, blockNumber), nullptr);  // block 3 in use again
+  ASSERT_EQ(blockNumber, 3u);
+  recorder.clear();
+
+  pool.deleteAll(second, first);
+  // Depth first: block 4 goes before block 2; block 3 is emptied and kept.
+  EXPECT_EQ(recorder.released(), (std::vector<const void*>{blocks[3], blocks[1]}));
+  EXPECT_EQ(chainOf(pool), (std::vector<const KivClMemoryPoolBlock*>{blocks[0], blocks[2]}));
+  EXPECT_EQ(third->getChunkCount(), 0);
+  EXPECT_EQ(pool.getBlockCount(), 2u);
+  // Block 4 was current; the nearest kept block before it took over.
+  EXPECT_EQ(pool.getCurrentBlock(), third);
+
+  recorder.clear();
+  pool.deleteAll();
+  EXPECT_EQ(recorder.released(), (std::vector<const void*>{blocks[2]}));
+}
+
+TEST(KivClMemoryPool, DeleteAllFreesEmptyBlocksFromTheEndOfTheChain) {
+  ReleaseRecorder recorder;
+  KivClMemoryPool pool(4096, 4096, 256);
+  for (int i = 0; i < 4; ++i) ASSERT_NE(pool.allocate(4000), nullptr);
+  const auto blocks = chainOf(pool);
+  pool.reset(pool.getFirstBlock()->getNext());
+  recorder.clear();
+  pool.deleteAll();
+  EXPECT_EQ(recorder.released(), (std::vector<const void*>{blocks[3], blocks[2], blocks[1]}));
+  EXPECT_EQ(pool.getBlockCount(), 1u);
+}
+
+TEST(KivClMemoryPool, DestructionFreesTheFirstBlockLast) {
+  ReleaseRecorder recorder;
+  std::vector<const KivClMemoryPoolBlock*> blocks;
+  {
+    KivClMemoryPool pool(4096, 4096, 256);
+    for (int i = 0; i < 4; ++i) ASSERT_NE(pool.allocate(4000), nullptr);
+    blocks = chainOf(pool);
+    KivClMemoryPoolBlock* second = pool.getFirstBlock()->getNext();
+    pool.reset(second);
+    std::uint64_t blockNumber = 0;
+    ASSERT_NE(pool.allocate(second->getNext(), 8, blockNumber), nullptr);  // block 3 in use
+    recorder.clear();
+  }
+  // First deleteAll() pass: block 4, then block 2 (block 3 is emptied);
+  // second pass: block 3; then the first block.
+  EXPECT_EQ(recorder.released(),
+            (std::vector<const void*>{blocks[3], blocks[1], blocks[2], blocks[0]}));
 }
 
 TEST(KivClMemoryPool, ReleaseStepIgnoresMismatchedOrForeignBlocks) {

@@ -6,9 +6,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 #include "kiv_alloc_support.hpp"
+#include "kiv_memmgr.hpp"
 #include "kiv_mempool.hpp"
 
 namespace mempooltest {
@@ -35,6 +37,44 @@ inline long currentIndexOf(const KivClMemoryPool& pool) {
 }
 
 inline std::uintptr_t addr(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
+
+/// Installs a user memory manager, for its lifetime, that records the
+/// addresses handed back to it (the first 256), in the order the library
+/// frees them, so that tests can see the order in which a pool releases its
+/// blocks. One at a time: the record is process-wide, like the manager's
+/// function pointers.
+class ReleaseRecorder {
+ public:
+  ReleaseRecorder() {
+    releasedList().clear();
+    // Room in advance: the deallocator must not allocate.
+    releasedList().reserve(kRoom);
+    kivSetNewMemoryManager(&std::malloc, &std::realloc, &record);
+  }
+  ~ReleaseRecorder() {
+    kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
+    releasedList().clear();
+  }
+  ReleaseRecorder(const ReleaseRecorder&) = delete;
+  ReleaseRecorder& operator=(const ReleaseRecorder&) = delete;
+
+  /// The addresses freed since construction (or the last clear()), in order.
+  std::vector<const void*> released() const { return releasedList(); }
+  /// Forgets what was recorded so far.
+  void clear() { releasedList().clear(); }
+
+ private:
+  static constexpr std::size_t kRoom = 256;
+
+  static std::vector<const void*>& releasedList() {
+    static std::vector<const void*> list;
+    return list;
+  }
+  static void record(void* p) {
+    if (releasedList().size() < kRoom) releasedList().push_back(p);
+    std::free(p);
+  }
+};
 
 }  // namespace mempooltest
 
