@@ -9,6 +9,7 @@
 
 #include "kiv_envvar.hpp"
 #include "kiv_memmgr.hpp"
+#include "../foundation/kiv_cloexec.hpp"
 
 namespace {
 
@@ -96,6 +97,7 @@ void KivClConsoleUIParams::setQuietMode() {
       kivFree(storage);
       throw;
     }
+    kiv::detail::setCloseOnExec(*m_pQuietStream);
   }
   m_pOutputStream = m_pQuietStream;
   m_pErrorStream = m_pQuietStream;

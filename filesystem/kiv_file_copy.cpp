@@ -9,61 +9,16 @@
 #include "kiv_base.hpp"
 #include "kiv_file.hpp"
 #include "kiv_location.hpp"
+#include "../foundation/kiv_unique_fd.hpp"
 
 namespace {
 
+using kiv::detail::openRetrying;
+using kiv::detail::readRetrying;
+using kiv::detail::UniqueFd;
+using kiv::detail::writeAll;
+
 constexpr std::size_t kChunkSize = 1024;
-
-// An open file descriptor, closed when the owner goes unless released.
-class UniqueFd {
- public:
-  explicit UniqueFd(int fd) noexcept : m_fd(fd) {}
-  ~UniqueFd() {
-    if (m_fd >= 0) ::close(m_fd);
-  }
-  UniqueFd(const UniqueFd&) = delete;
-  UniqueFd& operator=(const UniqueFd&) = delete;
-
-  int get() const noexcept { return m_fd; }
-  bool isOpen() const noexcept { return m_fd >= 0; }
-  /// Closes now and reports whether close succeeded.
-  bool close() noexcept {
-    const int fd = m_fd;
-    m_fd = -1;
-    return ::close(fd) == 0;
-  }
-
- private:
-  int m_fd;
-};
-
-int openRetrying(const char* path, int flags, mode_t mode) noexcept {
-  int fd;
-  do {
-    fd = ::open(path, flags | O_CLOEXEC, mode);
-  } while (fd < 0 && errno == EINTR);
-  return fd;
-}
-
-ssize_t readRetrying(int fd, char* buffer, std::size_t size) noexcept {
-  ssize_t count;
-  do {
-    count = ::read(fd, buffer, size);
-  } while (count < 0 && errno == EINTR);
-  return count;
-}
-
-// Writes all `size` bytes; false when a write fails or makes no progress.
-bool writeAll(int fd, const char* buffer, std::size_t size) noexcept {
-  while (size > 0) {
-    const ssize_t count = ::write(fd, buffer, size);
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return false;
-    buffer += count;
-    size -= static_cast<std::size_t>(count);
-  }
-  return true;
-}
 
 bool sameText(const KivClFilenameABase& a, const KivClFilenameABase& b) noexcept {
   if (a.getStyle() == KIV_PATH_STYLE_SLASH)

@@ -7,6 +7,7 @@
 
 #include "kiv_inifile.hpp"
 #include "kiv_inifile_internal.hpp"
+#include "../foundation/kiv_cloexec.hpp"
 
 using kiv::detail::iniIsSpace;
 
@@ -49,6 +50,8 @@ void KivClIniFile::setErrorHandler(KivPfuIniFileErrorHandler handler, void* user
 bool KivClIniFile::load(bool allowContinuation) {
   m_uLineNumber = 0;
   std::ifstream stream(getAsCString(), std::ios::in | std::ios::binary);
+  // The error handler may launch a program while the file is open.
+  kiv::detail::setCloseOnExec(stream);
   if (!stream.is_open()) {
     // The lists stay as they are, but like every load this one ends with
     // no section current.

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <ios>
 
+#include "../foundation/kiv_cloexec.hpp"
+
 namespace {
 
 const char gs_szHexDigits[] = "0123456789abcdef";
@@ -29,12 +31,14 @@ KivClIniFileSave::~KivClIniFileSave() {
 void KivClIniFileSave::openOnce(std::ofstream& stream) {
   if (m_fOpened) return;
   stream.open(getAsCString(), std::ios::in | std::ios::out | std::ios::trunc);
+  kiv::detail::setCloseOnExec(stream);
   m_fOpened = true;
 }
 
 bool KivClIniFileSave::save() {
   if (!m_stream.is_open()) {
     m_stream.open(getAsCString(), std::ios::in | std::ios::out | std::ios::trunc);
+    kiv::detail::setCloseOnExec(m_stream);
   }
   return save(m_stream);
 }

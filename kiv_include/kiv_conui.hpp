@@ -134,7 +134,12 @@
 // The members that end the process never return.
 //
 // Thread safety: none; one console UI per process, used from the main
-// thread.
+// thread. Every constructor opens the catalog (kiv_msgcat.hpp), which calls
+// setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL, "C"): the locale of
+// the whole process changes and stays changed. That is not safe while
+// another thread makes a locale-dependent call (printf, strtod, toupper,
+// regcomp, the C++ streams, ...), so create the console UI before other
+// threads start.
 #ifndef KIV_CONUI_HPP
 #define KIV_CONUI_HPP
 
@@ -166,6 +171,10 @@ inline constexpr unsigned int KIV_CONUI_PROGRESS_WIPE = 80;
 /// The console user interface of a program (see the banner).
 ///
 /// Virtual operations, in slot order: the destructor and getMessageCatalog.
+///
+/// The constructors open the catalog and so set the locale of the whole
+/// process with setlocale(LC_ALL, ""): not safe beside other threads'
+/// locale-dependent calls (see the banner).
 class KIV_EXPORT KivClConsoleUI {
  public:
   /// How labels are justified (0 left, 1 right, 2 centred).

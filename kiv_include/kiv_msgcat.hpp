@@ -15,7 +15,8 @@
 //
 // Opening (init, run by every constructor), in this order:
 //   1. setlocale(LC_ALL, "") - the locale of the environment.
-//   2. catopen(name, NL_CAT_LOCALE); on success go to step 4.
+//   2. catopen(name, NL_CAT_LOCALE), on a checked copy of the file (below);
+//      on success go to step 4.
 //   3. setlocale(LC_ALL, "C"); if that worked, catopen once more. If it
 //      fails again (or the locale could not be set), the catalog is not
 //      open.
@@ -23,6 +24,21 @@
 //      counts as not open (its string table, if any, then answers).
 // The locale set in step 1 or 3 stays in force for the whole process
 // afterwards; the library deliberately does not restore it.
+//
+// Catalog files are checked before catopen sees them. catopen trusts the
+// sizes written in a file (a file of twelve bytes can make it die with
+// SIGBUS), and the file may be chosen by anyone who can set NLSPATH for a
+// program. So the library looks the file up itself, the way catopen does (a
+// name with a "/" as it is; else the elements of NLSPATH and then the
+// platform's default places under /usr/share/locale, with %N, %L, %l, %t,
+// %c and %% replaced; the first file that opens ends the search), copies it
+// (up to 64 MiB) into a private sealed memory file, checks the copy (the
+// header, the magic number in either byte order, a hash table size above
+// 0, both hash tables and every text inside the file) and hands catopen
+// the copy by its /proc/self/fd name. A file that fails the check is not
+// open, like a missing one, and nothing is printed. An open catalog keeps
+// its texts when its file changes or shrinks afterwards. Where /proc is not
+// mounted, no catalog opens.
 //
 // Looking up message id N (done by KivClMessage, kiv_message.hpp):
 //   - open catalog: message N of set 1; when it is missing, the text is
@@ -69,9 +85,19 @@
 // Failure: a catalog that cannot be opened is simply not open (nothing is
 // thrown or printed); missing messages read as fallback texts. The open
 // calls throw KivClExceptionFatal from the memory manager when memory runs
-// out; nothing else here throws. Thread safety: no locking; the locale change
-// of init() affects the whole process, and a handle's text buffer is shared
-// by all its callers.
+// out; nothing else here throws.
+//
+// Locale and threads: every call that opens a catalog (the constructors of
+// KivClMessageCatalog and of an owning KivClMessageCatalogProxy, init(),
+// kivMsgCatOpen, kivMsgCatOpenOrUseStringTable, and KivClConsoleUI, which
+// owns a catalog) calls setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL,
+// "C"). That sets the locale of the whole process and is not safe while
+// another thread makes a locale-dependent call (printf and strtod, toupper,
+// regcomp, the C++ streams, ...): open catalogs before other threads start,
+// or while none of them runs such calls. It is kept so on purpose - it is
+// how a catalog finds its language - and the locale is not restored.
+// Thread safety otherwise: no locking; a handle's text buffer is shared by
+// all its callers.
 #ifndef KIV_MSGCAT_HPP
 #define KIV_MSGCAT_HPP
 
@@ -97,7 +123,9 @@ class CatalogDescriptor {
   CatalogDescriptor(const CatalogDescriptor&) = delete;
   CatalogDescriptor& operator=(const CatalogDescriptor&) = delete;
 
-  /// Closes any open descriptor, then catopen(name, NL_CAT_LOCALE).
+  /// Closes any open descriptor, then looks the file up as
+  /// catopen(name, NL_CAT_LOCALE) would, checks a sealed copy of it and
+  /// catopens the copy (see the banner).
   /// \returns true when the catalog is open
   bool open(const char* name) noexcept;
   /// Closes the descriptor (catclose) when one is open.
@@ -116,6 +144,10 @@ class CatalogDescriptor {
 /// A message catalog file with an optional string table as fallback (see
 /// the banner). The file name held by the KivClFile base is the catalog's
 /// file name and always ends in ".cat". Not copyable.
+///
+/// Opening (the constructors and init()) sets the locale of the whole
+/// process with setlocale(LC_ALL, ""): not safe beside other threads'
+/// locale-dependent calls (see the banner).
 class KIV_EXPORT KivClMessageCatalog : public KivClFile {
  public:
   /// The library's own catalog "qrnmsg50.cat"; no string table. Opens it.
@@ -169,6 +201,10 @@ class KIV_EXPORT KivClMessageCatalog : public KivClFile {
 
 /// The object behind a flat-interface handle: a catalog (owned or not) and
 /// a text buffer for the last message fetched. Not copyable.
+///
+/// The constructors that take a name open a catalog and so set the locale
+/// of the whole process with setlocale(LC_ALL, ""): not safe beside other
+/// threads' locale-dependent calls (see the banner).
 class KIV_EXPORT KivClMessageCatalogProxy {
  public:
   /// Creates and owns the catalog `name` (".cat" is put in place of its
@@ -213,7 +249,7 @@ class KIV_EXPORT KivClMessageCatalogProxy {
 extern "C" {
 
 /// Opens catalog `name` (".cat" put in place of its extension) in an owning
-/// proxy.
+/// proxy. Sets the process locale (setlocale(LC_ALL, ""), see the banner).
 /// \returns the handle, or null when the catalog cannot be opened or lacks
 ///          message 1 (the proxy is then destroyed again)
 /// \throws KivClExceptionFatal when memory runs out
@@ -228,6 +264,7 @@ KIV_EXPORT KivClMessageCatalogProxy* kivMsgCatOpenAttach(const KivClMessageCatal
 
 /// Opens catalog `name` in an owning proxy; when it cannot be opened,
 /// `table` of `size` entries answers instead (it must outlive the handle).
+/// Sets the process locale (setlocale(LC_ALL, ""), see the banner).
 /// \returns always a handle
 /// \throws KivClExceptionFatal when memory runs out
 KIV_EXPORT KivClMessageCatalogProxy* kivMsgCatOpenOrUseStringTable(const char* name,

@@ -58,6 +58,11 @@
 //     "a", launched, then given "b" runs the second time with "a" and the
 //     empty text ("b" is beyond the count). Build a fresh launcher per run.
 //
+// Descriptors: every descriptor the library itself opens (files, streams,
+// catalogs, directory walks, dynamic libraries) is close-on-exec, so a
+// launched program inherits none of them. Descriptors that the caller
+// opened without close-on-exec are inherited as usual.
+//
 // Result fields: the exit code (synchronous) and the process id
 // (asynchronous) are 0 before any launch. When fork fails they hold errno,
 // and the error class is OUT_OF_MEMORY for ENOMEM, else UNKNOWN_PROCESS.
@@ -218,15 +223,19 @@ class KIV_EXPORT KivClNewProcessABase {
   std::uint32_t m_ulArgumentCount;      ///< arguments in the stream, name included
 };
 
-/// Runs a program and waits for it (see the banner).
+/// Runs a program and waits for a child of the process to end - any child,
+/// not necessarily the program it started (see the banner).
 class KIV_EXPORT KivClNewSyncProcess : public KivClNewProcessABase {
  public:
   /// A launcher for `executable` (not owned); exit code 0.
   explicit KivClNewSyncProcess(const KivClExeFile& executable);
   ~KivClNewSyncProcess() override;
 
-  /// Starts the program and waits for a child of the process to end. False
-  /// when fork failed or the child ended with status 255 (a failed execve
+  /// Starts the program and waits for a child of the process to end. The
+  /// wait takes ANY child (wait(), kept so on purpose): in a process with
+  /// other children, one of them that ends first is taken for the program,
+  /// and its status gives the result and the exit code. False when fork
+  /// failed or the child collected ended with status 255 (a failed execve
   /// or a program that exits with 255).
   bool launch() override;
 

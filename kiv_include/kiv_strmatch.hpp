@@ -23,6 +23,8 @@
 // give null from getPattern; KivClGrep::getCompileResult() tells the regcomp
 // result. The only exception is the KivClExceptionFatal of the memory
 // manager when the ignore-case copy of KivClStringSearch cannot be allocated.
+// A KivClGrep pattern with nested repetitions can make regcomp take memory
+// and time exponential in the nesting (see KivClGrep).
 //
 // Thread safety: after construction the objects are read-only; getPattern may
 // be called from several threads on the same object (regexec takes its own
@@ -160,6 +162,17 @@ class KIV_EXPORT KivClStringMatchWildcards : public KivClStringMatchABase {
 ///
 /// The constructors compile the expression at once; when regcomp fails, its
 /// result is kept (getCompileResult) and every getPattern gives null.
+///
+/// Hostile patterns (kept so: the pattern goes to regcomp as it is).
+/// regcomp expands a bounded repetition by copying what it repeats, so its
+/// memory and time grow with the product of nested bounds - exponentially
+/// with the depth of nesting. The 26 characters
+/// "((a{1,100}){1,100}){1,100}" take regcomp about 1.8 GB and seconds of
+/// CPU time on this platform, and each further level of nesting multiplies
+/// that by a hundred. Do not compile a pattern from an untrusted source
+/// unchecked: limit its length and its nesting of repetitions, or compile
+/// it in a process with an address-space limit (setrlimit RLIMIT_AS), under
+/// which regcomp fails with REG_ESPACE and getCompileResult() says so.
 ///
 /// getPattern's eflags carry, besides regexec's own flags, the library's
 /// flag cv_iEflagTextStart, bit 8 (the value 256; bits are counted from 0, as

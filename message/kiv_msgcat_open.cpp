@@ -3,11 +3,14 @@
 
 #include <climits>
 #include <clocale>
+#include <cstdio>
 
 #include <nl_types.h>
 
 #include "kiv_message.hpp"
 #include "kiv_msgcat.hpp"
+#include "kiv_msgcat_file.hpp"
+#include "../foundation/kiv_unique_fd.hpp"
 
 namespace {
 
@@ -24,7 +27,16 @@ CatalogDescriptor::~CatalogDescriptor() { close(); }
 
 bool CatalogDescriptor::open(const char* name) noexcept {
   close();
-  const nl_catd catd = catopen(name, NL_CAT_LOCALE);
+  // catopen trusts the file it maps, so it only ever gets a checked copy
+  // that nobody can change (see kiv_msgcat_file.hpp); the file is looked up
+  // here the way catopen itself would look it up.
+  const UniqueFd file(openCatalogFile(name));
+  if (!file.isOpen()) return false;
+  const UniqueFd copy(copyCheckedCatalog(file.get()));
+  if (!copy.isOpen()) return false;
+  char path[32];
+  std::snprintf(path, sizeof path, "/proc/self/fd/%d", copy.get());
+  const nl_catd catd = catopen(path, NL_CAT_LOCALE);
   if (catd == gs_catdFailed || catd == nullptr) return false;
   m_pvHandle = catd;
   return true;

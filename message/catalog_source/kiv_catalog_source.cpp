@@ -69,7 +69,7 @@ bool writeCatalogSource(const char* path, const char* const* table, unsigned lon
     source += '\n';
   }
 
-  std::FILE* file = std::fopen(path, "w");
+  std::FILE* file = std::fopen(path, "we");
   if (file == nullptr) {
     std::perror(path);
     return false;
