@@ -44,6 +44,18 @@
 // pass: a second save() appends a second copy of the model to the same
 // stream. The destructor flushes the member stream before it is closed.
 //
+// Saving over an existing file: save() empties the file when it opens it,
+// so a write that fails half-way (a full disk, a file-size limit, a crash)
+// leaves a truncated file and no copy of the old one. saveReplacing() never
+// touches the file until the new contents are complete: it writes the
+// model to a temporary file in the same directory, flushes it to disk,
+// gives it the mode of the file and, where the caller may set them, its
+// owner and group, and renames it over the file. The file is thus either
+// the old one or the new one, whatever fails. It refuses a file that the
+// caller may not write (even in a writable directory) and follows a
+// symbolic link (the file it leads to is replaced, the link stays). The new
+// file is a new inode: hard links to the old one keep the old contents.
+//
 // Failure: every writer returns the stream's good() after writing; nothing
 // throws and no error record is made. A file that cannot be opened makes
 // every writer return false. Thread safety: none.
@@ -65,8 +77,21 @@ class KIV_EXPORT KivClIniFileSave : public KivClIniFile {
   ~KivClIniFileSave() override;
 
   /// Opens the member stream on the file's path unless it is open, then
-  /// save(member stream).
+  /// save(member stream). The file is emptied when the stream is opened, so
+  /// a failure while writing leaves it truncated (see saveReplacing).
+  /// \returns the member stream's good() after writing and flushing; false
+  /// also when the file cannot be opened.
   bool save();
+  /// Writes the whole model, as save() does, to a temporary file beside the
+  /// file and replaces the file with it in one step (see the banner). The
+  /// member stream and the opened flag are neither used nor changed, so the
+  /// call may be repeated.
+  /// \returns true when the file now holds the model. False when the file
+  /// may not be written or is not a regular file, when no temporary file can
+  /// be made in its directory, or when writing, flushing or renaming fails;
+  /// the file is then as it was and no temporary file is left. Like the
+  /// other writers it makes no error record.
+  bool saveReplacing();
   /// Writes the whole model to `stream` as it is (it is not opened here),
   /// marks the writer as opened and flushes.
   /// \returns stream.good().

@@ -20,6 +20,7 @@ pkg-config
 libc-bin
 iso-codes
 python3
+time
 "
 
 missing=""

@@ -2,7 +2,8 @@
 # Lists the dynamic symbols that libkiv.so defines and fails on any name that
 # is not part of the library's API: classes and records beginning with Kiv or
 # _Kiv (with their vtables, type information and thunks), flat functions
-# beginning with kiv, operators on our classes, and a few plain C names.
+# beginning with kiv, operators on our classes, a few plain C names, and the
+# internal kiv::detail helpers that the library's command-line tools share.
 set -eu
 lib=$1
 symbols=$(nm -D --defined-only -C "$lib" | sed -E 's/^[0-9a-fA-F]+ [A-Za-z] //')

@@ -36,21 +36,23 @@ class KiviniCatalogTest : public ::testing::Test {
   kivtest::TempDir dir;
 };
 
-const std::string kBothCatalogs =
-    std::string(KIVINI_MSGCAT_DIR) + "/%N:" + std::string(KIV_MSGCAT_DIR) + "/%N";
+// Both catalogs are installed in the same place.
+const std::string kBothCatalogs = std::string(KIVINI_NLS_DIR) + "/%N";
 
 TEST_F(KiviniCatalogTest, TheBuiltCatalogGivesTheTextsOfTheTable) {
-  ASSERT_TRUE(kivinitest::exists(KIVINI_MSGCAT_DIR "/kivini.cat"));
-  ASSERT_TRUE(kivinitest::exists(KIV_MSGCAT_DIR "/qrnmsg50.cat"));
+  ASSERT_TRUE(kivinitest::exists(KIVINI_NLS_DIR "/kivini.cat"));
+  ASSERT_TRUE(kivinitest::exists(KIVINI_NLS_DIR "/qrnmsg50.cat"));
   expectSameOutput({"-h"}, kBothCatalogs);
   expectSameOutput({"-check", "bad.ini"}, kBothCatalogs);
   expectSameOutput({"-get", "missing.ini", "s", "k"}, kBothCatalogs);
   expectSameOutput({"-set", "bad.ini", "s", "k", "v"}, kBothCatalogs);
   expectSameOutput({"-get", "bad.ini", "s"}, kBothCatalogs);
+  expectSameOutput({"--version"}, kBothCatalogs);
+  expectSameOutput({"-get", "-", "s", "k"}, kBothCatalogs);
 }
 
 TEST_F(KiviniCatalogTest, ATranslatedCatalogReplacesTheToolsTexts) {
-  std::string source = readAll(std::string(KIVINI_MSGCAT_DIR) + "/kivini.msg");
+  std::string source = readAll(KIVINI_MSG_SOURCE);
   const std::string original = "\n16 \"Cannot read the file\"\n";
   const auto at = source.find(original);
   ASSERT_NE(at, std::string::npos) << source;
@@ -64,9 +66,10 @@ TEST_F(KiviniCatalogTest, ATranslatedCatalogReplacesTheToolsTexts) {
 
   const Result result =
       run({"-get", "missing.ini", "s", "k"}, dir.path(),
-          {{"NLSPATH", catalogs.path() + "/%N:" + std::string(KIV_MSGCAT_DIR) + "/%N"}});
+          {{"NLSPATH", catalogs.path() + "/%N:" + std::string(KIVINI_NLS_DIR) + "/%N"}});
   EXPECT_EQ(result.err,
-            kivinitest::errorDisplay("Datei nicht lesbar: missing.ini: No such file or directory"));
+            kivinitest::errorDisplay("Datei nicht lesbar: missing.ini: No such file or directory") +
+                kivinitest::kBell);
   EXPECT_EQ(result.exitCode, 4);
 }
 

@@ -6,31 +6,32 @@
 //   kivini -set <file> <section> <option> <value>
 //   kivini -delete <file> <section> [<option>]
 //   kivini -check <file>
+//   each with [-strict]; kivini --help; kivini --version
 //
 // The command line is described once, by the tool's usage string (each
 // command switch takes the file as its value, the other values are free
 // arguments); the console UI checks it, shows usage and help (-h, -H, -?),
 // handles -quiet and -copyright and ends a bad command line with its exit
-// codes 201 to 204. The tool adds its own checks (exactly one command, the
-// number of values, -bool only with -get) and ends them like the console
-// UI does: an error display on standard error, then the usage display and
-// exit code 201.
+// codes 201 to 204. The tools' front end (tools/common) adds --help and
+// --version, "-" for standard input, and keeps standard output for data.
+// The tool adds its own checks (exactly one command, the number of values,
+// -bool only with -get) and ends them like the console UI does: an error
+// display, then the usage display and exit code 201, both on standard
+// error.
 //
-// Output: listings, values and -check reports go to the console UI's
-// output stream, errors through its error display to its error stream, so
-// -quiet leaves only the exit status (errors of the command line itself
-// are shown on standard error also under -quiet, as the console UI does).
-// Exit status:
+// Output: listings, values, -check reports and the text of a filter go to
+// standard output; every message, and the bell of an exit with a status
+// other than 0 and 1, to standard error. -quiet leaves only the exit status
+// (errors of the command line itself are still shown, as the console UI
+// does). Exit status:
 //   0  done; -get -bool: the value is true
 //   1  -get -bool: the value is false
 //   2  the section or option is not found (-options, -get)
 //   3  the file has errors (-check; -set and -delete then change nothing),
-//      or the new file would not read back the same
-//   4  the file cannot be read or written, or the backup cannot be written
+//      a reading command meets a line too long for the library, or the new
+//      text would not read back as intended
+//   4  the file cannot be read or written
 //   201 to 204  a bad command line (the console UI's codes)
-// Statuses 0 and 1 are answers and end the program normally; the others
-// end it through the console UI's exit operation, which rings the bell on
-// the output stream first, as in every program built on it.
 //
 // Choices made where the command line leaves room:
 //   - A section, option or value argument that begins with an apostrophe
@@ -40,16 +41,17 @@
 //   - -set on a file that does not exist creates it; every other command
 //     needs the file.
 //   - -set with the value the option already has, and -delete of a section
-//     or option that does not exist, leave the file untouched (no backup)
-//     and succeed, so that scripts can run them again.
+//     or option that does not exist, leave the file untouched and succeed,
+//     so that scripts can run them again; as a filter they copy the input.
 //   - -delete of an option deletes every option of that name in the
 //     section (lookups would otherwise find the next one).
-//   - Reading commands work on what the library reads and say nothing
-//     about errors of the file; -check reports them.
+//   - Reading commands say nothing about errors of the file (-check reports
+//     them), except a line too long: the library would read only the part
+//     before it, and an answer from part of a file is refused.
 //   - New section names must be 1 to 80 characters without "]" and control
 //     characters; new option names must be non-empty and hold no blank,
-//     "=" or control character and not begin with ";" or "[". Other names
-//     would not read back as given.
+//     "=" or control character and not begin with ";" or "[" (nor with "#"
+//     unless -strict is given). Other names would not read back as given.
 
 #include <cctype>
 #include <cerrno>
@@ -59,12 +61,16 @@
 #include <string>
 #include <vector>
 
+#include "../../filesystem/kiv_replacefile.hpp"
 #include "kiv_argv.hpp"
+#include "kiv_base.hpp"
 #include "kiv_conui.hpp"
 #include "kiv_error.hpp"
 #include "kiv_exception.hpp"
 #include "kiv_inifile.hpp"
+#include "kiv_tool_frontend.hpp"
 #include "kivini_document.hpp"
+#include "kivini_edit.hpp"
 #include "kivini_texts.hpp"
 
 namespace kivini {
@@ -95,14 +101,17 @@ constexpr CommandForm gs_aCommands[] = {
 // What the command line asks for.
 struct Request {
   Command command = Command::CHECK;
-  std::string file;
+  std::string file;                 // as named in messages
+  bool standardStream = false;      // the file is "-"
   std::vector<std::string> values;  // section, option, value
   bool boolean = false;
+  CommentStyle style = CommentStyle::HASH;
 };
 
 class Tool {
  public:
-  Tool(KivClConsoleUI& ui, const Texts& texts) : m_ui(ui), m_texts(texts) {}
+  Tool(kivtool::FrontEnd& front, const Texts& texts)
+      : m_front(front), m_ui(front.ui()), m_texts(texts) {}
 
   int run();
 
@@ -112,14 +121,18 @@ class Tool {
                                      const char* insert2 = nullptr) const;
   [[noreturn]] void fail(unsigned long status, TextId text, const char* insert1 = nullptr,
                          const char* insert2 = nullptr, const char* insert3 = nullptr) const;
-  [[noreturn]] void failRead(const Request& request, int systemError) const;
-  [[noreturn]] void failRewrite(const Request& request, const RewriteFailure& failure) const;
+  [[noreturn]] void failReplacement(const Request& request,
+                                    const kiv::detail::FileReplacement& replacement) const;
 
   void readDocument(const Request& request, Document& document) const;
-  void selectSection(const Request& request, const Document& document) const;
+  void refuseTooLong(const Request& request, const Document& document) const;
+  std::uint32_t selectSection(const Request& request, const Document& document) const;
+  BlockModel parseBlock(const Request& request, const Document& document,
+                        std::uint32_t block) const;
   void refuseFileWithErrors(const Request& request, const Document& document) const;
-  void rewrite(const Request& request, const Document& document,
-               const Replacement& replacement) const;
+  int applyEdit(const Request& request, const Document& document, const Change& change) const;
+  void writeFile(const Request& request, const Edit& edit) const;
+  void writeStandardOutput(const Edit* edit, const Document& document) const;
   std::string describe(const Finding& finding, const std::string& file) const;
 
   int listSections(const Request& request) const;
@@ -129,8 +142,9 @@ class Tool {
   int deleteEntry(const Request& request) const;
   int check(const Request& request) const;
 
-  std::ostream& out() const { return m_ui.getOutputStream(); }
+  std::ostream& out() const { return m_front.data(); }
 
+  kivtool::FrontEnd& m_front;
   KivClConsoleUI& m_ui;
   const Texts& m_texts;
 };
@@ -153,8 +167,10 @@ bool isValidSectionName(const std::string& name) {
          name.find(']') == std::string::npos && !hasControl(name);
 }
 
-bool isValidOptionName(const std::string& name) {
+bool isValidOptionName(const std::string& name, CommentStyle style) {
   if (name.empty() || name[0] == ';' || name[0] == '[' || hasControl(name)) return false;
+  // Without -strict a line beginning with "#" is a comment line.
+  if (style == CommentStyle::HASH && name[0] == '#') return false;
   for (const char c : name) {
     if (c == '=' || std::isspace(static_cast<unsigned char>(c)) != 0) return false;
   }
@@ -178,10 +194,11 @@ TextId describingText(long errorId) {
 
 void Tool::commandLineError(TextId text, const char* insert1, const char* insert2) const {
   // Like the console UI's own check: on standard error, whatever -quiet
-  // says, then the usage and exit code 201.
+  // says, then the usage (which the front end sends to standard error as
+  // well) and exit code 201.
   m_ui.error(std::cerr, m_texts.get(text).getText(), insert1, insert2);
   m_ui.displayUsage(true);
-  m_ui.processExit(KIV_CONUI_EXIT_USAGE);  // not reached: displayUsage ends the process
+  m_front.exit(KIV_CONUI_EXIT_USAGE);  // not reached: displayUsage ends the process
 }
 
 Request Tool::readCommandLine() const {
@@ -204,6 +221,7 @@ Request Tool::readCommandLine() const {
   const KivClMessage commandName = m_texts.get(chosen->switchName);
   const char* file = nullptr;
   m_ui.hasArgString(commandName.getText(), file);
+  request.standardStream = m_front.isStandardStream(file);
   request.file = file;
 
   const KivClMessage boolName = m_texts.get(TXT_SWITCH_BOOL);
@@ -211,10 +229,13 @@ Request Tool::readCommandLine() const {
   if (request.boolean && request.command != Command::GET) {
     commandLineError(TXT_ERR_BOOL_WITHOUT_GET, switchText(boolName).c_str());
   }
+  if (m_ui.hasArgSwitch(m_texts.get(TXT_SWITCH_STRICT).getText())) {
+    request.style = CommentStyle::STRICT;
+  }
 
   KivClArgvFreeCursor argument(m_ui);
   for (bool valid = argument.setToFirst(); valid; valid = argument.setToNext()) {
-    request.values.push_back(withoutApostrophe(argument.getAsCString()));
+    request.values.push_back(withoutApostrophe(m_front.typed(argument.getAsCString())));
   }
   if (request.values.size() < chosen->minValues || request.values.size() > chosen->maxValues) {
     commandLineError(TXT_ERR_ARGUMENT_COUNT, switchText(commandName).c_str());
@@ -229,21 +250,22 @@ Request Tool::readCommandLine() const {
 void Tool::fail(unsigned long status, TextId text, const char* insert1, const char* insert2,
                 const char* insert3) const {
   m_ui.error(m_texts.get(text).getText(), insert1, insert2, insert3);
-  m_ui.processExit(status);
+  m_front.exit(status);
 }
 
-void Tool::failRead(const Request& request, int systemError) const {
-  fail(gs_ulExitInputOutput, TXT_ERR_READ, request.file.c_str(), std::strerror(systemError));
-}
-
-void Tool::failRewrite(const Request& request, const RewriteFailure& failure) const {
-  const char* reason = failure.systemError != 0 ? std::strerror(failure.systemError) : nullptr;
-  switch (failure.step) {
-    case RewriteFailure::Step::NOT_READ_BACK:
-      fail(gs_ulExitFileErrors, TXT_ERR_NOT_READ_BACK, request.file.c_str(),
-           failure.section.c_str(), failure.option.empty() ? nullptr : failure.option.c_str());
-    case RewriteFailure::Step::BACKUP:
-      fail(gs_ulExitInputOutput, TXT_ERR_BACKUP, failure.backupName.c_str(), reason);
+void Tool::failReplacement(const Request& request,
+                           const kiv::detail::FileReplacement& replacement) const {
+  using Step = kiv::detail::FileReplacement::Step;
+  const int error = replacement.systemError();
+  const char* reason = std::strerror(error);
+  switch (replacement.failedStep()) {
+    case Step::TARGET:
+      if (error == EACCES || error == EPERM || error == EROFS) {
+        fail(gs_ulExitInputOutput, TXT_ERR_NOT_WRITABLE, request.file.c_str(), reason);
+      }
+      fail(gs_ulExitInputOutput, TXT_ERR_WRITE, request.file.c_str(), reason);
+    case Step::DIRECTORY:
+      fail(gs_ulExitInputOutput, TXT_ERR_DIRECTORY, replacement.failedName(), reason);
     default:
       fail(gs_ulExitInputOutput, TXT_ERR_WRITE, request.file.c_str(), reason);
   }
@@ -255,18 +277,39 @@ void Tool::failRewrite(const Request& request, const RewriteFailure& failure) co
 
 void Tool::readDocument(const Request& request, Document& document) const {
   int systemError = 0;
-  if (document.read(systemError)) return;
+  const bool read = request.standardStream ? document.readStandardInput(systemError)
+                                           : document.readFile(request.file, systemError);
+  if (read) return;
   if (request.command == Command::SET && systemError == ENOENT) {
     document.startEmpty();
     return;
   }
-  failRead(request, systemError);
+  fail(gs_ulExitInputOutput, TXT_ERR_READ, request.file.c_str(), std::strerror(systemError));
 }
 
-void Tool::selectSection(const Request& request, const Document& document) const {
-  if (document.model().getSection(request.values[0].c_str())) return;
+void Tool::refuseTooLong(const Request& request, const Document& document) const {
+  const std::uint32_t line = document.map().firstTooLong();
+  if (line == LineMap::NONE) return;
+  const std::string limit = std::to_string(KIV_INIFILE_LINE_MAX);
+  const std::string number = std::to_string(line + 1);
+  const KivClMessage text = m_texts.get(TXT_ERR_LONG_LINE, limit.c_str());
+  m_ui.error(text.getText(), request.file.c_str(), number.c_str());
+  m_front.exit(gs_ulExitFileErrors);
+}
+
+std::uint32_t Tool::selectSection(const Request& request, const Document& document) const {
+  const std::uint32_t section = document.map().findSection(request.values[0]);
+  if (section != LineMap::NONE) return section;
   fail(gs_ulExitNotFound, TXT_ERR_SECTION_NOT_FOUND, request.file.c_str(),
        request.values[0].c_str());
+}
+
+BlockModel Tool::parseBlock(const Request& request, const Document& document,
+                            std::uint32_t block) const {
+  bool agrees = false;
+  BlockModel model = document.parseBlock(block, agrees);
+  if (!agrees) fail(gs_ulExitFileErrors, TXT_ERR_INCONSISTENT, request.file.c_str());
+  return model;
 }
 
 std::string Tool::describe(const Finding& finding, const std::string& file) const {
@@ -298,17 +341,60 @@ std::string Tool::describe(const Finding& finding, const std::string& file) cons
 }
 
 void Tool::refuseFileWithErrors(const Request& request, const Document& document) const {
-  if (document.findings().empty()) return;
-  for (const Finding& finding : document.findings()) {
+  const std::vector<Finding> findings = document.findings();
+  if (findings.empty()) return;
+  for (const Finding& finding : findings) {
     m_ui.getErrorStream() << describe(finding, request.file) << '\n';
   }
   fail(gs_ulExitFileErrors, TXT_ERR_FILE_HAS_ERRORS, request.file.c_str());
 }
 
-void Tool::rewrite(const Request& request, const Document& document,
-                   const Replacement& replacement) const {
-  RewriteFailure failure;
-  if (!document.rewrite(replacement, failure)) failRewrite(request, failure);
+void Tool::writeFile(const Request& request, const Edit& edit) const {
+  kiv::detail::FileReplacement replacement(request.file.c_str());
+  if (!replacement.begin()) failReplacement(request, replacement);
+  const bool written = edit.write([&replacement](std::string_view bytes) {
+    return replacement.write(bytes.data(), bytes.size());
+  });
+  if (!written || !replacement.commit()) failReplacement(request, replacement);
+}
+
+void Tool::writeStandardOutput(const Edit* edit, const Document& document) const {
+  std::ostream& stream = out();
+  const auto sink = [&stream](std::string_view bytes) {
+    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return stream.good();
+  };
+  errno = 0;
+  const bool written = edit != nullptr ? edit->write(sink) : sink(document.bytes());
+  if (!written || !stream.flush()) {
+    fail(gs_ulExitInputOutput, TXT_ERR_STANDARD_OUTPUT, std::strerror(errno != 0 ? errno : EIO));
+  }
+}
+
+int Tool::applyEdit(const Request& request, const Document& document, const Change& change) const {
+  // A line too long hides the rest of the file from every lookup.
+  if (document.map().firstTooLong() != LineMap::NONE) refuseFileWithErrors(request, document);
+  Edit edit(document, change);
+  switch (edit.plan()) {
+    case Edit::Plan::NOTHING:
+      if (request.standardStream) writeStandardOutput(nullptr, document);
+      return m_front.answer(gs_iExitDone);
+    case Edit::Plan::INCONSISTENT:
+      fail(gs_ulExitFileErrors, TXT_ERR_INCONSISTENT, request.file.c_str());
+    case Edit::Plan::CHANGE:
+      break;
+  }
+  refuseFileWithErrors(request, document);
+  if (!edit.check()) {
+    fail(gs_ulExitFileErrors, TXT_ERR_NOT_READ_BACK, request.file.c_str(), change.section.c_str(),
+         change.option.empty() ? nullptr : change.option.c_str());
+  }
+  if (request.standardStream) {
+    writeStandardOutput(&edit, document);
+  } else {
+    writeFile(request, edit);
+  }
+  return m_front.answer(gs_iExitDone);
 }
 
 // ---------------------------------------------------------------------------
@@ -316,133 +402,115 @@ void Tool::rewrite(const Request& request, const Document& document,
 // ---------------------------------------------------------------------------
 
 int Tool::listSections(const Request& request) const {
-  Document document(request.file);
+  Document document(request.style);
   readDocument(request, document);
-  for (const KivClIniFileSection* s = document.model().getFirstSection(); s != nullptr;
-       s = s->getNext()) {
-    if (!s->isDeleted()) out() << s->getName() << '\n';
+  refuseTooLong(request, document);
+  const LineMap& map = document.map();
+  for (const MergedSection& section : map.sections()) {
+    // A section without a name counts as deleted.
+    const Line& header = map.lines()[map.blocks()[section.firstBlock].header];
+    const std::string_view name = headerName(map.bytes(header));
+    if (!name.empty()) out() << name << '\n';
   }
-  return gs_iExitDone;
+  return m_front.answer(gs_iExitDone);
 }
 
 int Tool::listOptions(const Request& request) const {
-  Document document(request.file);
+  Document document(request.style);
   readDocument(request, document);
-  selectSection(request, document);
-  KivClIniFileOptionCursor option(document.model());
-  for (bool valid = option.setToFirst(); valid; valid = option.setToNext()) {
-    if (option.getOption()[0] != '\0') out() << option.getOption() << '\n';
+  refuseTooLong(request, document);
+  const LineMap& map = document.map();
+  for (std::uint32_t b = map.sections()[selectSection(request, document)].firstBlock;
+       b != LineMap::NONE; b = map.blocks()[b].nextOfSection) {
+    const BlockModel model = parseBlock(request, document, b);
+    for (const KivClIniFileOption* o = model->getFirstSection()->getFirstOption(); o != nullptr;
+         o = o->getNext()) {
+      if (o->getName()[0] != '\0') out() << o->getName() << '\n';
+    }
   }
-  return gs_iExitDone;
+  return m_front.answer(gs_iExitDone);
 }
 
 int Tool::getValue(const Request& request) const {
-  Document document(request.file);
+  Document document(request.style);
   readDocument(request, document);
-  selectSection(request, document);
-  const KivClIniFile& model = document.model();
+  refuseTooLong(request, document);
+  const LineMap& map = document.map();
+  const char* sectionName = request.values[0].c_str();
   const char* name = request.values[1].c_str();
-  if (request.boolean) {
-    bool value = false;
-    if (!model.getOptionBool(name, value)) {
-      fail(gs_ulExitNotFound, TXT_ERR_OPTION_NOT_FOUND, request.file.c_str(),
-           request.values[0].c_str(), name);
+  for (std::uint32_t b = map.sections()[selectSection(request, document)].firstBlock;
+       b != LineMap::NONE; b = map.blocks()[b].nextOfSection) {
+    const BlockModel model = parseBlock(request, document, b);
+    if (!model->getSection(sectionName)) continue;
+    if (request.boolean) {
+      bool value = false;
+      if (!model->getOptionBool(name, value)) continue;
+      out() << (value ? model->getStringTrue() : model->getStringFalse()) << '\n';
+      return m_front.answer(value ? gs_iExitDone : gs_iExitFalse);
     }
-    out() << (value ? model.getStringTrue() : model.getStringFalse()) << '\n';
-    return value ? gs_iExitDone : gs_iExitFalse;
+    const char* value = nullptr;
+    if (!model->getOption(name, value)) continue;
+    out() << value << '\n';
+    return m_front.answer(gs_iExitDone);
   }
-  const char* value = nullptr;
-  if (!model.getOption(name, value)) {
-    fail(gs_ulExitNotFound, TXT_ERR_OPTION_NOT_FOUND, request.file.c_str(),
-         request.values[0].c_str(), name);
-  }
-  out() << value << '\n';
-  return gs_iExitDone;
+  fail(gs_ulExitNotFound, TXT_ERR_OPTION_NOT_FOUND, request.file.c_str(), sectionName, name);
 }
 
 int Tool::setValue(const Request& request) const {
   const std::string& sectionName = request.values[0];
   const std::string& optionName = request.values[1];
-  const std::string& value = request.values[2];
   if (!isValidSectionName(sectionName)) {
     commandLineError(TXT_ERR_SECTION_NAME, sectionName.c_str());
   }
-  if (!isValidOptionName(optionName)) commandLineError(TXT_ERR_OPTION_NAME, optionName.c_str());
-
-  Document document(request.file);
+  if (!isValidOptionName(optionName, request.style)) {
+    commandLineError(TXT_ERR_OPTION_NAME, optionName.c_str());
+  }
+  Document document(request.style);
   readDocument(request, document);
-  KivClIniFile& model = document.model();
-  const KivClIniFileOption* existing = nullptr;
-  if (model.getSection(sectionName.c_str())) {
-    KivClIniFileOptionCursor option(model);
-    if (option.setTo(optionName.c_str())) existing = option.getOptionRecord();
-  }
-  if (existing != nullptr && value == existing->getValue()) return gs_iExitDone;
-  refuseFileWithErrors(request, document);
-
-  if (existing == nullptr) {
-    if (!model.getSection(sectionName.c_str())) model.addSection(sectionName.c_str());
-    // The value stored here may be cut to the option's buffer; the value
-    // written is the one given (the replacement), and the read-back check
-    // tells when it does not fit a line.
-    const bool added = model.addOption(sectionName.c_str(), optionName.c_str(), value.c_str()) &&
-                       model.getSection(sectionName.c_str());
-    KivClIniFileOptionCursor option(model);
-    if (!added || !option.setTo(optionName.c_str())) {
-      fail(gs_ulExitFileErrors, TXT_ERR_NOT_READ_BACK, request.file.c_str(), sectionName.c_str(),
-           optionName.c_str());
-    }
-    existing = option.getOptionRecord();
-  }
-  rewrite(request, document, Replacement{existing, value});
-  return gs_iExitDone;
+  Change change;
+  change.kind = Change::Kind::SET;
+  change.section = sectionName;
+  change.option = optionName;
+  change.value = request.values[2];
+  return applyEdit(request, document, change);
 }
 
 int Tool::deleteEntry(const Request& request) const {
-  Document document(request.file);
+  Document document(request.style);
   readDocument(request, document);
-  KivClIniFile& model = document.model();
-  const char* sectionName = request.values[0].c_str();
-  if (!model.getSection(sectionName)) return gs_iExitDone;
+  Change change;
+  change.section = request.values[0];
   if (request.values.size() == 2) {
-    const char* optionName = request.values[1].c_str();
-    const char* value = nullptr;
-    if (!model.getOption(optionName, value)) return gs_iExitDone;
-    refuseFileWithErrors(request, document);
-    while (model.deleteOption(sectionName, optionName)) {
-    }
+    change.kind = Change::Kind::DELETE_OPTION;
+    change.option = request.values[1];
   } else {
-    refuseFileWithErrors(request, document);
-    while (model.deleteSection(sectionName)) {
-    }
+    change.kind = Change::Kind::DELETE_SECTION;
   }
-  rewrite(request, document, Replacement{});
-  return gs_iExitDone;
+  return applyEdit(request, document, change);
 }
 
 int Tool::check(const Request& request) const {
-  Document document(request.file);
+  Document document(request.style);
   readDocument(request, document);
-  for (const Finding& finding : document.findings()) {
-    out() << describe(finding, request.file) << '\n';
-  }
-  if (document.findings().empty()) {
+  const std::vector<Finding> findings = document.findings();
+  for (const Finding& finding : findings) out() << describe(finding, request.file) << '\n';
+  if (findings.empty()) {
     out() << m_texts.get(TXT_CHECK_OK, request.file.c_str()).getText() << '\n';
-    return gs_iExitDone;
+    return m_front.answer(gs_iExitDone);
   }
-  const std::string count = std::to_string(document.findings().size());
+  const std::string count = std::to_string(findings.size());
   out() << m_texts.get(TXT_CHECK_FAILED, request.file.c_str(), count.c_str()).getText() << '\n';
-  m_ui.processExit(gs_ulExitFileErrors);
+  m_front.exit(gs_ulExitFileErrors);
 }
 
 int Tool::run() {
   const KivClMessage level = m_texts.get(TXT_LEVEL);
-  // No title: the output of the tool is data that scripts read. The date
-  // of the copyright display is the tool's compile date, as the library's.
-  m_ui.init(nullptr, nullptr, level.getText(), __DATE__);
   const KivClMessage usage = m_texts.get(TXT_USAGE);
   const KivClMessage help = m_texts.get(TXT_HELP);
-  m_ui.handleUsageHelp(usage.getText(), help.getText());
+  const KivClMessage version = m_texts.get(TXT_VERSION, level.getText(), kivLibraryGetLevel());
+  // The date of the copyright display is the tool's compile date, as the
+  // library's.
+  m_front.start({level.getText(), __DATE__, usage.getText(), help.getText(), version.getText()});
 
   const Request request = readCommandLine();
   switch (request.command) {
@@ -466,13 +534,13 @@ int Tool::run() {
 }  // namespace kivini
 
 int main(int argc, char** argv) {
-  KivClConsoleUI ui(argc, argv);
   const kivini::Texts texts;
+  kivtool::FrontEnd front(argc, argv, texts.get(kivini::TXT_STANDARD_INPUT).getText());
   try {
-    return kivini::Tool(ui, texts).run();
+    return kivini::Tool(front, texts).run();
   } catch (const KivClException& exception) {
     // Only the memory manager throws, when memory is exhausted.
-    ui.exception(exception, texts.get(kivini::TXT_ERR_EXCEPTION).getText());
-    ui.processExit(kivini::gs_ulExitInputOutput);
+    front.ui().exception(exception, texts.get(kivini::TXT_ERR_EXCEPTION).getText());
+    front.exit(kivini::gs_ulExitInputOutput);
   }
 }

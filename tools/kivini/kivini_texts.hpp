@@ -55,7 +55,7 @@ enum TextId : unsigned long {
   TXT_ERR_FILE_HAS_ERRORS = 21,
   TXT_ERR_NOT_READ_BACK = 22,
   TXT_ERR_WRITE = 23,
-  TXT_ERR_BACKUP = 24,
+  TXT_ERR_DIRECTORY = 24,
   TXT_ERR_EXCEPTION = 25,
   TXT_FINDING_ERROR_ID = 26,   ///< file, line, id name, description
   TXT_FINDING_LONG_LINE = 27,  ///< file, line, longest line allowed
@@ -67,7 +67,14 @@ enum TextId : unsigned long {
   TXT_DESCRIBE_SECTION = 33,     ///< what INIFILE_INVAL_SECTION means
   TXT_DESCRIBE_OPTION = 34,      ///< what INIFILE_INVAL_OPTION means
   TXT_DESCRIBE_WHITESPACE = 35,  ///< what INIFILE_INVAL_WHITESPACE means
-  TXT_TABLE_SIZE = 36            ///< number of usable entries (ids 0 to 35)
+  TXT_SWITCH_STRICT = 36,        ///< switch name
+  TXT_ERR_LONG_LINE = 37,        ///< longest line allowed; file and line follow
+  TXT_ERR_NOT_WRITABLE = 38,
+  TXT_STANDARD_INPUT = 39,  ///< the name of "-" in messages
+  TXT_VERSION = 40,         ///< the tool's level, the library's level
+  TXT_ERR_INCONSISTENT = 41,
+  TXT_ERR_STANDARD_OUTPUT = 42,
+  TXT_TABLE_SIZE = 43  ///< number of usable entries (ids 0 to 42)
 };
 
 /// The tool's catalog: "kivini.cat" when one is installed, else the
@@ -75,6 +82,8 @@ enum TextId : unsigned long {
 class Texts {
  public:
   /// Opens the catalog and attaches the compiled-in table as its fallback.
+  /// Opening sets the locale of the whole process (setlocale(LC_ALL, ""),
+  /// see kiv_msgcat.hpp); kivini runs a single thread, so that is safe here.
   Texts();
   Texts(const Texts&) = delete;
   Texts& operator=(const Texts&) = delete;

@@ -11,18 +11,18 @@ namespace {
 
 // clang-format off
 constexpr const char* gs_apszTexts[] = {
-    /*  0 */ "[KIV_MSGTAB_SIGNATURE] 36",
+    /*  0 */ "[KIV_MSGTAB_SIGNATURE] 43",
     /*  1 */ "[KIVINI]",
     /*  2 */ "kivini 1.0",
     // The command line, in the grammar of usage strings: each command
     // switch takes the file as its value; the other values are free
     // arguments in the order shown.
-    /*  3 */ "(-sections <file>)\n"
-             "(-options <file>) <section>\n"
-             "(-get <file>) <section> <option> [-bool]\n"
-             "(-set <file>) <section> <option> <value>\n"
-             "(-delete <file>) <section> [<option>]\n"
-             "(-check <file>)",
+    /*  3 */ "(-sections <file>) [-strict]\n"
+             "(-options <file>) <section> [-strict]\n"
+             "(-get <file>) <section> <option> [-bool] [-strict]\n"
+             "(-set <file>) <section> <option> <value> [-strict]\n"
+             "(-delete <file>) <section> [<option>] [-strict]\n"
+             "(-check <file>) [-strict]",
     /*  4 */ "Reads and changes INI configuration files from scripts.\n"
              "@\n"
              "-sections <file>    List the sections of the file, one a line.\n"
@@ -41,24 +41,29 @@ constexpr const char* gs_apszTexts[] = {
              "                    Delete the option, or the whole section.\n"
              "-check <file>       Report every error of the file with its line\n"
              "                    number and the name of its error id.\n"
+             "-strict             Read lines beginning with \"#\" as the library\n"
+             "                    does, not as comment lines.\n"
              "@\n"
-             "-set and -delete rewrite the whole file through the INI writer of the\n"
-             "library. It keeps the sections, the options and the comments behind\n"
-             "option values, but not comment lines, blank lines or the layout, and\n"
-             "it writes values as they read: quotes, escapes and $(NAME) references\n"
-             "resolved. So before a file is rewritten, the original is kept as a\n"
-             "backup named like the file with \".bak\" appended (an older backup of\n"
-             "that name is replaced). A file is left as it is when it has errors\n"
-             "(see -check), when the new file would not read back the same, and when\n"
-             "it already holds what was asked for.\n"
+             "The file - is standard input; -set and -delete then write the\n"
+             "changed text to standard output.\n"
              "@\n"
+             "-set and -delete change only the lines of the option or section they\n"
+             "concern: comment lines, blank lines, quotes, escapes, $(NAME) texts\n"
+             "and the layout of every other line stay as they are. The new file is\n"
+             "written beside the old one and replaces it only when it is complete\n"
+             "and reads back as intended. A file is left as it is when it has\n"
+             "errors (see -check), when it may not be written, when the new text\n"
+             "would not read back as intended, and when it already holds what was\n"
+             "asked for.\n"
+             "@\n"
+             "Lines whose first non-blank character is \"#\" or \";\" are comments.\n"
              "Sections and options are found without regard to case. A section,\n"
              "option or value argument that begins with an apostrophe loses it, so\n"
              "that '-x gives the value -x.\n"
              "@\n"
              "Exit status: 0 done (-bool: ON), 1 -bool: OFF, 2 section or option not\n"
-             "found, 3 errors in the file, 4 file not readable or not writable,\n"
-             "201 to 204 bad command line.",
+             "found, 3 errors in the file or a line too long to read, 4 file not\n"
+             "readable or not writable, 201 to 204 bad command line.",
     /*  5 */ "sections",
     /*  6 */ "options",
     /*  7 */ "get",
@@ -76,9 +81,9 @@ constexpr const char* gs_apszTexts[] = {
     /* 19 */ "Invalid section name",
     /* 20 */ "Invalid option name",
     /* 21 */ "The file has errors and was not changed",
-    /* 22 */ "The new file would not read back the same; the file was not changed",
-    /* 23 */ "Cannot write the file",
-    /* 24 */ "Cannot write the backup file; the file was not changed",
+    /* 22 */ "The new file would not read back as intended; the file was not changed",
+    /* 23 */ "Cannot write the file; it was not changed",
+    /* 24 */ "Cannot create a file in the directory; the file was not changed",
     /* 25 */ "The tool ended on a failure of the library",
     /* 26 */ "%1:%2: %3: %4",
     /* 27 */ "%1:%2: line longer than %3 characters: the rest of the file is not read",
@@ -90,13 +95,20 @@ constexpr const char* gs_apszTexts[] = {
     /* 33 */ "section header without \"]\"",
     /* 34 */ "line without \"=\" in a section",
     /* 35 */ "indented line that continues no option",
-    /* 36 */ "[KIV_MSGTAB_SIGNATURE]",
+    /* 36 */ "strict",
+    /* 37 */ "The file has a line longer than %1 characters, and the library reads no further; nothing is answered",
+    /* 38 */ "The file may not be written; it was not changed",
+    /* 39 */ "(standard input)",
+    /* 40 */ "%1 (KIV Library %2)",
+    /* 41 */ "The tool does not read the file as the library does; nothing was done",
+    /* 42 */ "Cannot write to standard output",
+    /* 43 */ "[KIV_MSGTAB_SIGNATURE]",
 };
 // clang-format on
 
 static_assert(sizeof(gs_apszTexts) / sizeof(gs_apszTexts[0]) == TXT_TABLE_SIZE + 1,
               "one text per id and the closing marker");
-static_assert(std::string_view(gs_apszTexts[TXT_SIGNATURE]) == "[KIV_MSGTAB_SIGNATURE] 36",
+static_assert(std::string_view(gs_apszTexts[TXT_SIGNATURE]) == "[KIV_MSGTAB_SIGNATURE] 43",
               "the signature line names the number of usable entries");
 
 }  // namespace
