@@ -12,6 +12,10 @@ function(kiv_target_sanitizers target)
       -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=address,undefined)
   endif()
+  if(KIV_TSAN)
+    target_compile_options(${target} PRIVATE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=thread)
+  endif()
 endfunction()
 
 # Every program of the project (tests, benchmarks, examples, tools) gets the

@@ -9,6 +9,7 @@ cmake
 ninja-build
 g++
 clang
+libclang-rt-dev
 make
 libgtest-dev
 libgmock-dev
@@ -20,6 +21,7 @@ pkg-config
 libc-bin
 iso-codes
 python3
+valgrind
 time
 "
 
