@@ -213,8 +213,10 @@ bool isReadableCatalogImage(const unsigned char* image, std::size_t size) noexce
   };
   const std::uint64_t tableSize = header(1);
   const std::uint64_t tableDepth = header(2);
-  // catgets takes the message number modulo the table size.
-  if (tableSize == 0) return false;
+  // catgets takes the message number modulo the table size, and reads the
+  // first row of the bucket it lands on even when the depth says there are
+  // none: a table of depth 0 would send it to a row nobody checked.
+  if (tableSize == 0 || tableDepth == 0) return false;
   // catopen and catgets count the words of both tables in 32 bits.
   const std::uint64_t entries = tableSize * tableDepth;
   if (entries > UINT32_MAX / 6) return false;

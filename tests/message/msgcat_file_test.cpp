@@ -157,6 +157,34 @@ TEST_F(MsgCatFileTest, TableSizeZeroIsNotOpen) {
   expectNotOpen(withWord(good, 1, 0), "hash table size 0");
 }
 
+// catgets still reads one row of a bucket when the depth is 0.
+TEST_F(MsgCatFileTest, TableDepthZeroIsNotOpen) {
+  const std::string good = gencatOutput();
+  expectNotOpen(withWord(good, 2, 0), "hash table depth 0");
+  std::string swapped = good;
+  for (const std::size_t word : {std::size_t{0}, std::size_t{1}, std::size_t{2}}) {
+    swapped = withWord(swapped, word, __builtin_bswap32(wordOf(good, word)));
+  }
+  expectNotOpen(withWord(swapped, 2, 0), "hash table depth 0, other byte order");
+  // A catalog that the fuzzer found: depth 0, other byte order, and a text
+  // for message 1 where catgets looks although no row is declared.
+  const std::string found(
+      "\x96\x04\x08\xde\x07\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
+      "\x02\x00\x00\x00\x0e\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
+      "\x3c\x00\x00\x00\x02\x00\x00\x00\x01\x00\x00\x00\x00\x00\x00\x00"
+      "\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x00\x00"
+      "\x02\x00\x00\x00\x0e\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00"
+      "\x00\x00\x00\x00\x02\x00\x00\x00\x03\x00\x00\x00\x33\x5b\x4b\x49"
+      "\x56\x2d\x4c\x49\x42\x52\x41\x52\x59\x5d\x00\x50\x65\x72\x63\x65"
+      "\x6e\x74\x3a\x25\x25\x20\x41\x72\x67\x31\x3a\x25\x31\x20\x41\x72"
+      "\x67\x32\x3a\x25\x00\x00\x00\x00\x02\x00\x00\x00\x03\x00\x00\x00"
+      "\x33\x5b\x4b\x49\x56\x2d\x4c\x49\x42\x52\x41\x52\x59\x5d\x00\x50"
+      "\x69\x6e\x2e\x00\x28\x2d\x6b\x65\x79\x20\x3c\x6b\x65\x79\x3e\x29"
+      "\x20\x5b\x2d\x64\x69\x73\x70\x6c\x61\x79\x5d\x00",
+      188);
+  expectNotOpen(found, "found by fuzzing");
+}
+
 TEST_F(MsgCatFileTest, TextOffsetsBeyondTheEndAreNotOpen) {
   const std::string good = gencatOutput();
   const std::size_t entries = std::size_t{wordOf(good, 1)} * wordOf(good, 2);
