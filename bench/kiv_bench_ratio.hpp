@@ -3,7 +3,9 @@
 // (ours / peer: below 1 means we are faster).
 //
 // Use: KIV_BENCH_MAIN({{"BM_ours/16", "BM_peer/16"}, ...}) instead of
-// BENCHMARK_MAIN().
+// BENCHMARK_MAIN(). Programs that register their benchmarks themselves call
+// runWithRatios(); with cpuTime true it compares CPU times instead, which a
+// shared, busy machine disturbs less than wall-clock times.
 #ifndef KIV_BENCH_RATIO_HPP
 #define KIV_BENCH_RATIO_HPP
 
@@ -21,28 +23,34 @@ class CollectingReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+      if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
         m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+        m_cpuTimes[run.benchmark_name()] = run.GetAdjustedCPUTime();
+      }
     }
     ConsoleReporter::ReportRuns(runs);
   }
   const std::map<std::string, double>& times() const { return m_times; }
+  const std::map<std::string, double>& cpuTimes() const { return m_cpuTimes; }
 
  private:
   std::map<std::string, double> m_times;
+  std::map<std::string, double> m_cpuTimes;
 };
 
 inline int runWithRatios(int argc, char** argv,
-                         const std::vector<std::pair<std::string, std::string>>& pairs) {
+                         const std::vector<std::pair<std::string, std::string>>& pairs,
+                         bool cpuTime = false) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   CollectingReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  std::printf("\n%-44s %-44s %8s\n", "ours", "peer", "ratio");
+  const std::map<std::string, double>& times = cpuTime ? reporter.cpuTimes() : reporter.times();
+  std::printf("\n%-44s %-44s %8s\n", "ours", "peer", cpuTime ? "cpu ratio" : "ratio");
   for (const auto& [ours, peer] : pairs) {
-    const auto a = reporter.times().find(ours);
-    const auto b = reporter.times().find(peer);
-    if (a == reporter.times().end() || b == reporter.times().end() || b->second == 0) continue;
+    const auto a = times.find(ours);
+    const auto b = times.find(peer);
+    if (a == times.end() || b == times.end() || b->second == 0) continue;
     std::printf("%-44s %-44s %8.3f\n", ours.c_str(), peer.c_str(), a->second / b->second);
   }
   benchmark::Shutdown();

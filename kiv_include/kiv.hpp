@@ -1,5 +1,6 @@
 // KIV Library: the umbrella header. Includes every public header of the
-// library; a program may include the family headers it needs instead.
+// library but kiv_icu.hpp, which needs ICU's own headers; a program may
+// include the family headers it needs instead.
 #ifndef KIV_HPP
 #define KIV_HPP
 
@@ -7,8 +8,10 @@
 #include "kiv_argv.hpp"
 #include "kiv_base.hpp"
 #include "kiv_bitarray.hpp"
+#include "kiv_ccsid.hpp"
 #include "kiv_conui.hpp"
 #include "kiv_conuiparams.hpp"
+#include "kiv_converter.hpp"
 #include "kiv_cursor.hpp"
 #include "kiv_directory.hpp"
 #include "kiv_dirwalk.hpp"
