@@ -25,23 +25,10 @@ namespace {
 
 using kiv::detail::FileReplacement;
 using kivtest::readFile;
+using kivtest::statusOf;
+using kivtest::directoryEntries;
 using kivtest::writeFile;
 using Step = FileReplacement::Step;
-
-std::vector<std::string> entries(const std::string& directory) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-struct stat statusOf(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) throw std::runtime_error("cannot stat " + path);
-  return status;
-}
 
 bool write(FileReplacement& replacement, const std::string& text) {
   return replacement.write(text.data(), text.size());
@@ -83,7 +70,7 @@ TEST_F(FileReplacementTest, TheFileChangesOnlyWhenCommitted) {
 
   ASSERT_TRUE(replacement.commit());
   EXPECT_EQ(readFile(path), "new contents\n");
-  EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
   EXPECT_EQ(replacement.failedStep(), Step::NONE);
   EXPECT_EQ(replacement.descriptor(), -1);
 }
@@ -95,12 +82,12 @@ TEST_F(FileReplacementTest, DiscardAndTheDestructorLeaveTheFileAndRemoveTheTempo
     ASSERT_TRUE(write(replacement, "lost"));
     replacement.discard();
     EXPECT_EQ(replacement.descriptor(), -1);
-    EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+    EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
     ASSERT_TRUE(replacement.begin());
     ASSERT_TRUE(write(replacement, "lost too"));
   }
   EXPECT_EQ(readFile(path), "old contents\n");
-  EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
 }
 
 TEST_F(FileReplacementTest, TheTemporaryFileIsCloseOnExecAndPrivate) {
@@ -159,7 +146,7 @@ TEST_F(FileReplacementTest, FollowsASymbolicLinkAndKeepsIt) {
   ASSERT_EQ(::lstat(path.c_str(), &link), 0);
   EXPECT_TRUE(S_ISLNK(link.st_mode));
   EXPECT_EQ(readFile(dir / "real/settings.ini"), "through the link\n");
-  EXPECT_EQ(entries(dir / "real"), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir / "real"), std::vector<std::string>{"settings.ini"});
 }
 
 TEST_F(FileReplacementTest, RefusesAFileTheCallerMayNotWriteInAWritableDirectory) {
@@ -174,7 +161,7 @@ TEST_F(FileReplacementTest, RefusesAFileTheCallerMayNotWriteInAWritableDirectory
   });
   EXPECT_EQ(code, 0);
   EXPECT_EQ(readFile(path), "old contents\n");
-  EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
 }
 
 TEST_F(FileReplacementTest, RefusesADirectoryAndAPipe) {
@@ -188,7 +175,7 @@ TEST_F(FileReplacementTest, RefusesADirectoryAndAPipe) {
   EXPECT_FALSE(pipe.begin());
   EXPECT_EQ(pipe.failedStep(), Step::TARGET);
   EXPECT_EQ(pipe.systemError(), EINVAL);
-  EXPECT_EQ(entries(dir.path()), (std::vector<std::string>{"pipe", "settings.ini"}));
+  EXPECT_EQ(directoryEntries(dir.path()), (std::vector<std::string>{"pipe", "settings.ini"}));
 }
 
 TEST_F(FileReplacementTest, NamesTheDirectoryWhenNoFileCanBeCreatedThere) {
@@ -229,7 +216,7 @@ TEST_F(FileReplacementTest, AWriteThatFailsLeavesTheFileAsItWas) {
   });
   EXPECT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(readFile(path), "old contents\n");
-  EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
 }
 
 TEST_F(FileReplacementTest, CommitWithoutBeginFailsAndChangesNothing) {

@@ -23,24 +23,11 @@ namespace {
 
 using kivtest::loadText;
 using kivtest::readFile;
+using kivtest::statusOf;
+using kivtest::directoryEntries;
 using kivtest::writeFile;
 
 const char* const kOriginal = "; settings\n[server]\nhost = example.org ; where\nport = 8443\n";
-
-std::vector<std::string> entries(const std::string& directory) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-struct stat statusOf(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) throw std::runtime_error("cannot stat " + path);
-  return status;
-}
 
 class IniSaveReplacingTest : public ::testing::Test {
  protected:
@@ -69,7 +56,7 @@ TEST_F(IniSaveReplacingTest, WritesTheModelAsSaveDoes) {
   }
   EXPECT_EQ(readFile(path), readFile(other));
   EXPECT_EQ(readFile(path), "\n[server]\nhost\t= example.org\t; where\nport\t= 9443\n");
-  EXPECT_EQ(entries(dir.path()), (std::vector<std::string>{"other.ini", "settings.ini"}));
+  EXPECT_EQ(directoryEntries(dir.path()), (std::vector<std::string>{"other.ini", "settings.ini"}));
 }
 
 TEST_F(IniSaveReplacingTest, ReplacesTheFileInsteadOfWritingIntoIt) {
@@ -137,7 +124,7 @@ TEST_F(IniSaveReplacingTest, AFailedWriteKeepsTheFileWhereSaveTruncatesIt) {
   EXPECT_EQ(readFile(path), kOriginal);
   EXPECT_NE(readFile(truncated), kOriginal);
   EXPECT_LE(readFile(truncated).size(), 20u);
-  EXPECT_EQ(entries(dir.path()), (std::vector<std::string>{"settings.ini", "truncated.ini"}));
+  EXPECT_EQ(directoryEntries(dir.path()), (std::vector<std::string>{"settings.ini", "truncated.ini"}));
 }
 
 TEST_F(IniSaveReplacingTest, RefusesAFileTheCallerMayNotWrite) {
@@ -154,7 +141,7 @@ TEST_F(IniSaveReplacingTest, RefusesAFileTheCallerMayNotWrite) {
   });
   EXPECT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(readFile(path), kOriginal);
-  EXPECT_EQ(entries(dir.path()), std::vector<std::string>{"settings.ini"});
+  EXPECT_EQ(directoryEntries(dir.path()), std::vector<std::string>{"settings.ini"});
 }
 
 TEST_F(IniSaveReplacingTest, CreatesAMissingFileAndFailsInAMissingDirectory) {

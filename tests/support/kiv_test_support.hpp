@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +18,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "kiv_error.hpp"
 
@@ -145,6 +148,23 @@ class CwdGuard {
  private:
   std::filesystem::path m_cwd;
 };
+
+/// The names in a directory, sorted (no "." or "..").
+inline std::vector<std::string> directoryEntries(const std::string& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+/// stat() of a path that must exist; throws when it does not.
+inline struct stat statusOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) throw std::runtime_error("cannot stat " + path);
+  return status;
+}
 
 }  // namespace kivtest
 

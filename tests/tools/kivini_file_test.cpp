@@ -17,6 +17,7 @@
 namespace {
 
 using kivinitest::entries;
+using kivtest::statusOf;
 using kivinitest::errorDisplay;
 using kivinitest::exists;
 using kivinitest::kBell;
@@ -28,12 +29,6 @@ using kivinitest::writeAll;
 
 const char* const kOriginal = "# settings\n[server]\nport = 8443\n";
 const char* const kChanged = "# settings\n[server]\nport = 1\n";
-
-struct stat statusOf(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) throw std::runtime_error("cannot stat " + path);
-  return status;
-}
 
 class KiviniFileTest : public ::testing::Test {
  protected:

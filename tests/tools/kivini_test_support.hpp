@@ -41,13 +41,9 @@ inline bool exists(const std::string& path) {
 }
 
 /// The names in a directory, sorted (hidden ones included).
+using kivtest::directoryEntries;
 inline std::vector<std::string> entries(const std::string& directory) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
+  return directoryEntries(directory);
 }
 
 /// How kivini runs: kivtest::consoleProgramRun with HOME=kHome, plus
