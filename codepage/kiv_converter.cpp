@@ -12,22 +12,12 @@
 
 namespace {
 
-// CCSIDs the method choice and the size rules name.
-constexpr unsigned int kUTF8 = 1208;
-constexpr unsigned int kUCS2 = 13488;
-constexpr unsigned int kUCS2_1200 = 1200;
-constexpr unsigned int kUCS2_17584 = 17584;
-constexpr unsigned int kUCS2_61955 = 61955;
-constexpr unsigned int kUCS2BigEndian = 65500;
-constexpr unsigned int kUCS2LittleEndian = 65501;
-constexpr unsigned int kISO8859_1 = 819;
-constexpr unsigned int kGB18030 = 1392;
-
 const char gs_acUCS2BigEndianId[] = {'\xFE', '\xFF', '\0'};
 const char gs_acUCS2LittleEndianId[] = {'\xFF', '\xFE', '\0'};
 
 bool isHostOrderUCS2(unsigned int ccsid) {
-  return ccsid == kUCS2 || ccsid == kUCS2_1200 || ccsid == kUCS2_17584 || ccsid == kUCS2_61955;
+  return ccsid == KIV_CCSID_UCS2 || ccsid == KIV_CCSID_UCS2_1200 ||
+         ccsid == KIV_CCSID_UCS2_17584 || ccsid == KIV_CCSID_UCS2_61955;
 }
 
 // The CCSID whose table or ICU converter serves `ccsid` on the way to UCS-2.
@@ -38,7 +28,7 @@ unsigned int replacementToUnicode(unsigned int ccsid) {
     case 938: return 948;
     case 936: return 1386;
     case 5488:
-    case 18030: return kGB18030;
+    case 18030: return KIV_CCSID_GB18030;
     case 954: return 33722;
     default: return ccsid;
   }
@@ -46,7 +36,7 @@ unsigned int replacementToUnicode(unsigned int ccsid) {
 
 // The same on the way from UCS-2: only the GB 18030 CCSIDs are replaced.
 unsigned int replacementFromUnicode(unsigned int ccsid) {
-  return ccsid == 5488 || ccsid == 18030 ? kGB18030 : ccsid;
+  return ccsid == 5488 || ccsid == 18030 ? KIV_CCSID_GB18030 : ccsid;
 }
 
 bool isIcuMethod(KivClConverterABase::KivPfuConvert method) {
@@ -153,15 +143,15 @@ bool KivClConverterABase::isUCS2LittleEndianId(const char* id) noexcept {
 
 void KivClConverterABase::chooseCodePage2Unicode() {
   const unsigned int ccsid = m_source.getCCSID();
-  if (ccsid == kUCS2BigEndian) {
+  if (ccsid == KIV_CCSID_UCS2_BIG_ENDIAN) {
     m_method = &kivConvertByEndianSwap;
     return;
   }
-  if (isHostOrderUCS2(ccsid) || ccsid == kUCS2LittleEndian) {
+  if (isHostOrderUCS2(ccsid) || ccsid == KIV_CCSID_UCS2_LITTLE_ENDIAN) {
     m_method = &kivConvertByCopying;
     return;
   }
-  if (ccsid == kUTF8) {
+  if (ccsid == KIV_CCSID_UTF8) {
     m_method = &kivConvertByAlgorithmUTF8toUCS2;
     return;
   }
@@ -183,7 +173,7 @@ void KivClConverterABase::chooseCodePage2Unicode() {
 
 void KivClConverterABase::chooseUnicode2CodePage() {
   const unsigned int ccsid = m_target.getCCSID();
-  if (ccsid == kISO8859_1) {
+  if (ccsid == KIV_CCSID_ISO8859_1) {
     m_method = &kivConvertByAlgorithmUCS2to819;
     return;
   }
@@ -191,15 +181,15 @@ void KivClConverterABase::chooseUnicode2CodePage() {
     setMethod(&kivConvertByTablesUCS2toSBCS, table);
     return;
   }
-  if (isHostOrderUCS2(ccsid) || ccsid == kUCS2LittleEndian) {
+  if (isHostOrderUCS2(ccsid) || ccsid == KIV_CCSID_UCS2_LITTLE_ENDIAN) {
     m_method = &kivConvertByCopying;
     return;
   }
-  if (ccsid == kUTF8) {
+  if (ccsid == KIV_CCSID_UTF8) {
     m_method = &kivConvertByAlgorithmUCS2toUTF8;
     return;
   }
-  if (ccsid == kUCS2BigEndian) {
+  if (ccsid == KIV_CCSID_UCS2_BIG_ENDIAN) {
     m_method = &kivConvertByEndianSwap;
     return;
   }
@@ -231,7 +221,7 @@ void KivClConverterABase::chooseExternal(unsigned int ccsid, bool toUnicode) {
 // ---------------------------------------------------------------------------
 
 KivClCodePage2UnicodeConverter::KivClCodePage2UnicodeConverter(const KivClCCSID& source)
-    : KivClConverterABase(source, KivClCCSID(kUCS2)) {
+    : KivClConverterABase(source, KivClCCSID(KIV_CCSID_UCS2)) {
   chooseCodePage2Unicode();
 }
 
@@ -243,12 +233,12 @@ void KivClCodePage2UnicodeConverter::initNewCodePage2Unicode(const KivClCCSID& s
 
 unsigned long KivClCodePage2UnicodeConverter::getMaximumSizeForLength(
     unsigned long length) const {
-  return getSourceCCSID().getCCSID() == kGB18030 ? 4 * length : 2 * length;
+  return getSourceCCSID().getCCSID() == KIV_CCSID_GB18030 ? 4 * length : 2 * length;
 }
 
 unsigned long KivClCodePage2UnicodeConverter::getMaximumSizeForSize(unsigned long size) const {
   const KivClCCSID source = getSourceCCSID();
-  if (source.getCCSID() == kGB18030) return 2 * size;
+  if (source.getCCSID() == KIV_CCSID_GB18030) return 2 * size;
   return source.isUCS2() ? size : 2 * size;
 }
 
@@ -257,23 +247,23 @@ unsigned long KivClCodePage2UnicodeConverter::getMaximumSizeForSize(unsigned lon
 // ---------------------------------------------------------------------------
 
 KivClUnicode2CodePageConverter::KivClUnicode2CodePageConverter(const KivClCCSID& target)
-    : KivClConverterABase(KivClCCSID(kUCS2), target) {
+    : KivClConverterABase(KivClCCSID(KIV_CCSID_UCS2), target) {
   chooseUnicode2CodePage();
 }
 
 unsigned long KivClUnicode2CodePageConverter::getMaximumSizeForLength(
     unsigned long length) const {
   switch (getTargetCCSID().getCCSID()) {
-    case kUTF8: return 5 * length;
-    case kGB18030: return 4 * length;
+    case KIV_CCSID_UTF8: return 5 * length;
+    case KIV_CCSID_GB18030: return 4 * length;
     default: return 2 * length;
   }
 }
 
 unsigned long KivClUnicode2CodePageConverter::getMaximumSizeForSize(unsigned long size) const {
   const KivClCCSID target = getTargetCCSID();
-  if (target.getCCSID() == kUTF8) return (size / 2) * 3;
-  if (target.getCCSID() == kGB18030 || target.isUCS2()) return size;
+  if (target.getCCSID() == KIV_CCSID_UTF8) return (size / 2) * 3;
+  if (target.getCCSID() == KIV_CCSID_GB18030 || target.isUCS2()) return size;
   if (target.isSBCS()) return size / 2;
   return size & ~1UL;  // double-byte and every other code page
 }

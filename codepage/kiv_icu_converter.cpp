@@ -13,7 +13,6 @@ namespace {
 constexpr unsigned int kCCSID932 = 932;
 constexpr unsigned int kCCSID942 = 942;
 constexpr unsigned int kCCSID943 = 943;
-constexpr unsigned int kCCSIDGB18030 = 1392;
 constexpr unsigned int kCCSIDLMBCS = 65502;
 // ICU's platform 0: CCSIDs in ICU's own numbering.
 constexpr auto kIcuCCSIDPlatform = static_cast<UConverterPlatform>(0);
@@ -77,7 +76,7 @@ UConverter* openForCCSID(unsigned int ccsid, UErrorCode& status) {
       return ucnv_openCCSID(static_cast<std::int32_t>(ccsid == kCCSID943 ? kCCSID943 : kCCSID942),
                             kIcuCCSIDPlatform, &status);
     }
-    case kCCSIDGB18030:
+    case KIV_CCSID_GB18030:
       return ucnv_open("gb18030", &status);
     case kCCSIDLMBCS:
       return ucnv_open("LMBCS", &status);
