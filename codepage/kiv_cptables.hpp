@@ -11,9 +11,9 @@
 //   - UCS-2 to single-byte: two levels of 256-byte pages (page 0 gives, per
 //     high byte of a unit, the page that holds the results for its low byte).
 // The lookups binary-search these tables by CCSID and answer null for a
-// CCSID without a table. The table data lives in its own source files; a
-// build whose data files list no tables simply finds none, and the
-// converters then go on to ICU and iconv.
+// CCSID without a table. The table data lives in tables/, written by
+// scripts/gen_cptables.py from the mapping data installed on the machine
+// that ran it; tables/README.md names the source of every table.
 #ifndef KIV_CPTABLES_HPP
 #define KIV_CPTABLES_HPP
 
@@ -56,8 +56,14 @@ struct _KivStConversionTableUCS22SBCS {
 
 namespace kiv::detail {
 
-/// The tables of the data files, each sorted by ascending CCSID, with their
-/// counts. A count of 0 means no table of that family.
+/// The 49 single-byte tables, the 11 double-byte tables, and the UCS-2 to
+/// 500 and to 850 tables, each family sorted by ascending CCSID.
+extern const _KivStConversionTableSBCS2UCS2 gs_castConversionTablesSBCS2UCS2[49];
+extern const _KivStDBCSConversionTableEntry gs_castDBCSConversionTableEntries[11];
+extern const unsigned char gs_acConversionTable_13488_to_500[];
+extern const unsigned char gs_acConversionTable_13488_to_850[];
+
+/// The same families as the lookups search them, with their counts.
 extern const _KivStConversionTableSBCS2UCS2* const gs_pcastConversionTablesSBCS2UCS2;
 extern const std::size_t gs_ulConversionTablesSBCS2UCS2Count;
 extern const _KivStDBCSConversionTableEntry* const gs_pcastDBCSConversionTableEntries;

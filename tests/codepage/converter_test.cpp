@@ -116,8 +116,8 @@ TEST(Converter, FixedMethodsOfTheUnicodeCCSIDs) {
   EXPECT_EQ(KivClCodePage2UnicodeConverter(1208).getMethod(), &kivConvertByAlgorithmUTF8toUCS2);
   EXPECT_EQ(KivClUnicode2CodePageConverter(1208).getMethod(), &kivConvertByAlgorithmUCS2toUTF8);
   EXPECT_EQ(KivClUnicode2CodePageConverter(819).getMethod(), &kivConvertByAlgorithmUCS2to819);
-  // 819 to UCS-2 has no algorithm: it goes on to ICU.
-  EXPECT_TRUE(KivClCodePage2UnicodeConverter(819).requiresExternalICUData());
+  // 819 to UCS-2 has no algorithm: its built-in table serves it.
+  EXPECT_EQ(KivClCodePage2UnicodeConverter(819).getMethod(), &kivConvertByTablesSBCS_ASCIItoUCS2);
 }
 
 TEST(Converter, ChoosingLeavesIcusRefusalInTheRecordUntilTheFirstConversion) {

@@ -48,7 +48,9 @@ struct Pair {
 };
 
 TEST(CodePage2CodePage, PairsThroughIcuMatchIcu) {
-  const Pair pairs[] = {{37, 1047},  {1252, 37},   {943, 1386},  {1386, 943},  {949, 1364},
+  // From 37 and the other code pages with a built-in table the result is
+  // ICU's too, except for the EBCDIC new line (cptables_data_test.cpp).
+  const Pair pairs[] = {{1047, 37},  {1252, 37},   {943, 1386},  {1386, 943},  {949, 1364},
                         {1392, 1047}, {33722, 1252}, {1208, 943}, {850, 1140},  {874, 1160},
                         {1047, 819}, {65500, 1047}, {1251, 1025}};
   for (const Pair& pair : pairs) {

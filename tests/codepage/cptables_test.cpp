@@ -1,9 +1,12 @@
-// The built-in table lookups and the table methods. This build carries no
-// tables, so the lookups must find none; the methods are checked on small
-// tables made here, through a converter that takes a method and its table.
+// The built-in table lookups and the table methods. The lookups must find
+// exactly the tables the library carries; the methods are checked on small
+// tables made here, through a converter that takes a method and its table
+// (cptables_data_test.cpp checks the real tables against their sources).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -71,14 +74,66 @@ struct DoubleByteTable {
   }
 };
 
-TEST(CodePageTables, FindNoTableInThisBuild) {
-  for (unsigned int ccsid : {0u, 37u, 273u, 301u, 437u, 500u, 819u, 850u, 930u, 939u, 1208u,
-                             1252u, 1392u, 4933u, 13121u, 65535u}) {
+constexpr unsigned int kSingleByteTables[] = {
+    37,   273,  274,  277,  278,  280,  284,  285,  290,  297,  420,  423,  424,
+    437,  500,  737,  819,  833,  836,  838,  850,  852,  870,  871,  875,  891,
+    895,  924,  1025, 1026, 1027, 1040, 1041, 1043, 1046, 1088, 1112, 1114, 1115,
+    1122, 1123, 1142, 1145, 1155, 1163, 1250, 1252, 9048, 13121};
+constexpr unsigned int kDoubleByteTables[] = {301,  927,  930,  939,  941, 948,
+                                              1351, 1394, 4930, 4933, 5039};
+constexpr unsigned int kEbcdicDoubleByteTables[] = {930, 939, 4930, 4933};
+
+template <std::size_t N>
+bool listed(const unsigned int (&list)[N], unsigned int ccsid) {
+  return std::find(std::begin(list), std::end(list), ccsid) != std::end(list);
+}
+
+TEST(CodePageTables, LookupsFindExactlyTheTablesTheLibraryCarries) {
+  EXPECT_EQ(std::size(kSingleByteTables), 49u);
+  EXPECT_EQ(std::size(kDoubleByteTables), 11u);
+  for (unsigned int ccsid = 0; ccsid <= 70000; ++ccsid) {
+    const unsigned char* single = kivGetSBCStoUCS2Table(ccsid);
+    ASSERT_EQ(single != nullptr, listed(kSingleByteTables, ccsid)) << ccsid;
+    bool ebcdic = ccsid % 2 == 0;  // either way, it must come back unchanged when nothing is found
+    const bool before = ebcdic;
+    const _KivStDBCSConversionTableEntry* entry = kivGetDBCStoUCS2Table(ccsid, ebcdic);
+    ASSERT_EQ(entry != nullptr, listed(kDoubleByteTables, ccsid)) << ccsid;
+    if (entry != nullptr) {
+      EXPECT_EQ(entry->ulCCSID, ccsid);
+      EXPECT_EQ(ebcdic, listed(kEbcdicDoubleByteTables, ccsid)) << ccsid;
+    } else {
+      EXPECT_EQ(ebcdic, before) << ccsid;
+    }
+    ASSERT_EQ(kivGetUCS2toSBCSTable(ccsid) != nullptr, ccsid == 500 || ccsid == 850) << ccsid;
+  }
+  for (unsigned int ccsid : {0xFFFFFFFFu, 0x80000025u}) {
+    bool ebcdic = true;
+    EXPECT_EQ(kivGetSBCStoUCS2Table(ccsid), nullptr);
+    EXPECT_EQ(kivGetDBCStoUCS2Table(ccsid, ebcdic), nullptr);
+    EXPECT_EQ(kivGetUCS2toSBCSTable(ccsid), nullptr);
+  }
+}
+
+TEST(CodePageTables, LookupsAnswerWithTheTablesThemselves) {
+  using namespace kiv::detail;
+  for (const auto& table : gs_castConversionTablesSBCS2UCS2) {
+    EXPECT_EQ(kivGetSBCStoUCS2Table(table.ulCCSID), table.aucValues);
+  }
+  for (const auto& entry : gs_castDBCSConversionTableEntries) {
+    bool ebcdic = false;
+    EXPECT_EQ(kivGetDBCStoUCS2Table(entry.ulCCSID, ebcdic), &entry);
+  }
+  EXPECT_EQ(kivGetUCS2toSBCSTable(500), gs_acConversionTable_13488_to_500);
+  EXPECT_EQ(kivGetUCS2toSBCSTable(850), gs_acConversionTable_13488_to_850);
+}
+
+TEST(CodePageTables, CodePagesWithoutATableFindNoneInAnyFamily) {
+  for (unsigned int ccsid : {1208u, 1392u, 13488u, 1047u, 943u}) {
     SCOPED_TRACE(ccsid);
     bool ebcdic = true;
     EXPECT_EQ(kivGetSBCStoUCS2Table(ccsid), nullptr);
     EXPECT_EQ(kivGetDBCStoUCS2Table(ccsid, ebcdic), nullptr);
-    EXPECT_TRUE(ebcdic);  // left unchanged when nothing is found
+    EXPECT_TRUE(ebcdic);
     EXPECT_EQ(kivGetUCS2toSBCSTable(ccsid), nullptr);
   }
 }

@@ -135,17 +135,67 @@ TEST(MethodChoice, TheInstalledBackEndsGiveEveryKindOfOutcome) {
   EXPECT_GT(unsupported, 10);
 }
 
+TEST(MethodChoice, BuiltInTablesComeBeforeIcuAndIconv) {
+  // Each of these code pages is also known to ICU, so only the order of the
+  // rules decides.
+  struct Case {
+    unsigned int ccsid;
+    Method toUnicode;
+  };
+  for (const Case& c : {Case{37, &kivConvertByTablesSBCS_EBCDICtoUCS2},
+                        Case{500, &kivConvertByTablesSBCS_EBCDICtoUCS2},
+                        Case{13121, &kivConvertByTablesSBCS_EBCDICtoUCS2},
+                        Case{437, &kivConvertByTablesSBCS_ASCIItoUCS2},
+                        Case{1252, &kivConvertByTablesSBCS_ASCIItoUCS2},
+                        Case{819, &kivConvertByTablesSBCS_ASCIItoUCS2},
+                        Case{930, &kivConvertByTablesDBCS_EBCDICtoUCS2},
+                        Case{4933, &kivConvertByTablesDBCS_EBCDICtoUCS2},
+                        Case{301, &kivConvertByTablesDBCS_ASCIItoUCS2},
+                        Case{941, &kivConvertByTablesDBCS_ASCIItoUCS2}}) {
+    SCOPED_TRACE(c.ccsid);
+    const KivClCodePage2UnicodeConverter converter(c.ccsid);
+    EXPECT_EQ(converter.getMethod(), c.toUnicode);
+    EXPECT_FALSE(converter.requiresExternalICUData());
+    EXPECT_FALSE(converter.requiresExternalICONVRoutine());
+    bool ebcdic = false;
+    const void* table = kivGetSBCStoUCS2Table(c.ccsid);
+    if (table == nullptr) table = kivGetDBCStoUCS2Table(c.ccsid, ebcdic);
+    EXPECT_EQ(converter.getMethodData(), table);
+  }
+  // From UCS-2 only 500 and 850 have tables; 37 and 1252 go to ICU.
+  for (unsigned int ccsid : {500u, 850u}) {
+    const KivClUnicode2CodePageConverter converter(ccsid);
+    EXPECT_EQ(converter.getMethod(), &kivConvertByTablesUCS2toSBCS);
+    EXPECT_EQ(converter.getMethodData(), kivGetUCS2toSBCSTable(ccsid));
+  }
+  for (unsigned int ccsid : {37u, 1252u, 930u}) {
+    EXPECT_EQ(KivClUnicode2CodePageConverter(ccsid).getMethod(),
+              &kivConvertByAlgorithmIcuFromUnicode);
+  }
+}
+
 TEST(MethodChoice, ReplacedCCSIDsReachTheBackEndAsTheirReplacement) {
   // 954 is opened by ICU as 33722, 936 as 1386, 5488 and 18030 as GB 18030.
   for (auto [ccsid, served] : {std::pair{954u, 33722u}, std::pair{936u, 1386u},
-                               std::pair{5488u, 1392u}, std::pair{18030u, 1392u},
-                               std::pair{5026u, 930u}, std::pair{5035u, 939u}}) {
+                               std::pair{5488u, 1392u}, std::pair{18030u, 1392u}}) {
     SCOPED_TRACE(ccsid);
     const KivClCodePage2UnicodeConverter converter(ccsid);
     kivtest::UniqueUConverter icu = kivtest::openIcuLikeTheLibrary(served);
     ASSERT_NE(icu, nullptr);
     ASSERT_TRUE(converter.requiresExternalICUData());
     EXPECT_EQ(kivtest::icuName(converter.getMethodData()), kivtest::icuName(icu.get()));
+  }
+  // 5026, 5035 and 938 are served by the built-in tables of 930, 939 and 948.
+  for (auto [ccsid, served] :
+       {std::pair{5026u, 930u}, std::pair{5035u, 939u}, std::pair{938u, 948u}}) {
+    SCOPED_TRACE(ccsid);
+    const KivClCodePage2UnicodeConverter converter(ccsid);
+    bool ebcdic = false;
+    const _KivStDBCSConversionTableEntry* table = kivGetDBCStoUCS2Table(served, ebcdic);
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(converter.getMethodData(), table);
+    EXPECT_EQ(converter.getMethod(), ebcdic ? &kivConvertByTablesDBCS_EBCDICtoUCS2
+                                            : &kivConvertByTablesDBCS_ASCIItoUCS2);
   }
   // From UCS-2 only the GB 18030 numbers are replaced.
   const KivClUnicode2CodePageConverter to5488(5488);
