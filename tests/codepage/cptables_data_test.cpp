@@ -298,6 +298,32 @@ TEST(BuiltInTables, SingleByteConversionsMatchIcuExceptTheEbcdicNewLine) {
   }
 }
 
+TEST(BuiltInTables, SingleByteConversionOfEveryLengthAndAlignment) {
+  // The conversion works on eight bytes at a time with a byte-wise tail;
+  // every length and start around that must give the table's units.
+  std::string bytes;
+  for (unsigned int i = 0; i < 64; ++i) bytes += static_cast<char>((i * 37 + 11) & 0xFF);
+  for (unsigned int ccsid : {37u, 1252u}) {
+    const KivClCodePage2UnicodeConverter converter(ccsid);
+    const unsigned char* table = kivGetSBCStoUCS2Table(ccsid);
+    for (std::size_t start = 0; start < 8; ++start) {
+      for (std::size_t length = 0; length + start <= bytes.size(); ++length) {
+        std::u16string expected;
+        for (std::size_t i = start; i < start + length; ++i) {
+          std::uint16_t unit = bigEndian(table + 2 * static_cast<unsigned char>(bytes[i]));
+          if (ccsid == 37 && unit == 0x0085) unit = u'\n';
+          expected += static_cast<char16_t>(unit);
+        }
+        std::u16string got(length, u'\0');
+        ASSERT_EQ(converter.convertBytes(reinterpret_cast<char*>(got.data()), 2 * length,
+                                         bytes.data() + start, length),
+                  2 * length);
+        ASSERT_EQ(got, expected) << ccsid << " " << start << " " << length;
+      }
+    }
+  }
+}
+
 TEST(BuiltInTables, EbcdicDoubleByteWalksShiftOutAndShiftIn) {
   const KivClCodePage2UnicodeConverter converter(930);
   kivtest::UniqueUConverter icu = kivtest::openIcuLikeTheLibrary(930);
