@@ -14,6 +14,7 @@ make
 libgtest-dev
 libgmock-dev
 libbenchmark-dev
+libspdlog-dev
 libinih-dev
 libglib2.0-dev
 libicu-dev
