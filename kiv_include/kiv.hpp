@@ -38,6 +38,12 @@
 #include "kiv_random.hpp"
 #include "kiv_strep.hpp"
 #include "kiv_strmatch.hpp"
+#include "kiv_trace.hpp"
+#include "kiv_tracebuffer.hpp"
+#include "kiv_traceentry.hpp"
+#include "kiv_tracefilter.hpp"
+#include "kiv_tracesettings.hpp"
+#include "kiv_tracetypes.hpp"
 #include "kiv_usage.hpp"
 
 #endif
