@@ -61,25 +61,40 @@ void KivClTraceEntry::compressWriteBits(char* out, unsigned long bitPosition, ch
 unsigned long KivClTraceEntry::compressCString(char* out, const char* text,
                                                unsigned long limit) noexcept {
   if (limit == 0 || text == nullptr) return 0;
+  // The bits go through an accumulator and leave it a whole byte at a
+  // time: the same output as writing each code with compressWriteBits, at
+  // a fraction of the cost (this runs for every traced entry). At most 7
+  // bits wait in the accumulator between characters, so a character (6 or
+  // 14 bits) never makes it hold more than 21.
   const unsigned long lastStart = kByteBits * (limit - 1);
   unsigned long position = 0;
+  std::uint32_t pending = 0;  // the low `pendingBits` bits are not yet written
+  unsigned int pendingBits = 0;
+  char* next = out;
   for (const char* p = text; position <= lastStart && *p != '\0'; ++p) {
     const unsigned char code = gs_codeTable.code[static_cast<unsigned char>(*p)];
     if (code != kNoCode) {
-      compressWriteBits(out, position, static_cast<char>(code), kCodeBits);
+      pending = (pending << kCodeBits) | code;
+      pendingBits += kCodeBits;
       position += kCodeBits;
     } else {
-      compressWriteBits(out, position, static_cast<char>(kEscape), kCodeBits);
-      compressWriteBits(out, position + kCodeBits, *p, kByteBits);
+      pending = (pending << (kCodeBits + kByteBits)) | (std::uint32_t{kEscape} << kByteBits) |
+                static_cast<unsigned char>(*p);
+      pendingBits += kCodeBits + kByteBits;
       position += kCodeBits + kByteBits;
     }
+    while (pendingBits >= kByteBits) {
+      pendingBits -= kByteBits;
+      *next++ = static_cast<char>(pending >> pendingBits);
+    }
+    pending &= (1u << pendingBits) - 1u;
   }
-  const unsigned long used = position % kByteBits;
-  if (used != 0) {
-    compressWriteBits(out, position, static_cast<char>(kEscape), kByteBits - used);
-    position += kByteBits - used;
+  if (pendingBits != 0) {
+    // Fill the last byte with one bits (the low bits of the escape code).
+    const unsigned int fill = kByteBits - pendingBits;
+    *next++ = static_cast<char>((pending << fill) | ((1u << fill) - 1u));
   }
-  return position / kByteBits;
+  return static_cast<unsigned long>(next - out);
 }
 
 char KivClTraceEntry::deCompressReadBits(const char* in, unsigned long bitPosition,

@@ -56,11 +56,17 @@ unsigned long compressText(char* out, const char* text) noexcept {
 }
 
 unsigned long copyText(char* out, const char* text) noexcept {
-  unsigned long length = 0;
-  while (length < KivClTraceEntry::TEXT_LIMIT && text[length] != '\0') {
-    out[length] = text[length];
-    ++length;
+  const unsigned long length = ::strnlen(text, KivClTraceEntry::TEXT_LIMIT);
+  // Eight bytes at a time: texts are short, and the compiler's inline copy
+  // of a variable length (a string instruction) costs more than the whole
+  // text does.
+  unsigned long i = 0;
+  for (; i + 8 <= length; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text + i, sizeof word);
+    std::memcpy(out + i, &word, sizeof word);
   }
+  for (; i < length; ++i) out[i] = text[i];
   return length;
 }
 
