@@ -6,6 +6,7 @@
 // safe on exactly sized buffers (a damaged trace file can hold any bytes).
 
 #include <cstdint>
+#include <cstring>
 
 #include "kiv_traceentry.hpp"
 
@@ -71,7 +72,29 @@ unsigned long KivClTraceEntry::compressCString(char* out, const char* text,
   std::uint32_t pending = 0;  // the low `pendingBits` bits are not yet written
   unsigned int pendingBits = 0;
   char* next = out;
-  for (const char* p = text; position <= lastStart && *p != '\0'; ++p) {
+  const char* p = text;
+  // Eight characters at a time while all eight have a code and may start
+  // (the last one at position + 42): they make exactly six bytes. The text
+  // is measured first, so that no byte behind its end is read.
+  const char* const end = text + ::strnlen(text, lastStart / kCodeBits + 1);
+  while (end - p >= 8 && position + 7 * kCodeBits <= lastStart) {
+    std::uint64_t codes = 0;
+    unsigned char any = 0;
+    for (int k = 0; k < 8; ++k) {
+      const unsigned char code = gs_codeTable.code[static_cast<unsigned char>(p[k])];
+      any |= code;
+      codes = (codes << kCodeBits) | code;
+    }
+    if (any & 0x80u) break;  // an escaped character: go on one by one
+    const std::uint64_t bits = (static_cast<std::uint64_t>(pending) << 48) | codes;
+    const std::uint64_t bytes = bits >> pendingBits;  // the next 48 bits to write
+    for (int k = 0; k < 6; ++k) next[k] = static_cast<char>(bytes >> (40 - 8 * k));
+    next += 6;
+    pending = static_cast<std::uint32_t>(bits & ((1u << pendingBits) - 1u));
+    position += 8 * kCodeBits;
+    p += 8;
+  }
+  for (; position <= lastStart && *p != '\0'; ++p) {
     const unsigned char code = gs_codeTable.code[static_cast<unsigned char>(*p)];
     if (code != kNoCode) {
       pending = (pending << kCodeBits) | code;

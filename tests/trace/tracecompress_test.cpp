@@ -160,6 +160,28 @@ TEST(TraceCompress, MatchesReferenceOnRandomTextsOfEveryLength) {
   }
 }
 
+// Runs of coded characters are written eight at a time; an escaped
+// character in front shifts the run to every bit offset, and limits near a
+// multiple of the run's 48 bits stop it at every place.
+TEST(TraceCompress, MatchesReferenceOnCodedRunsAtEveryOffset) {
+  std::mt19937 rng(1125);
+  std::uniform_int_distribution<std::size_t> coded(0, kAlphabet.size() - 1);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    for (const char* head : {"", "1", "12", "1a", "a1", "123"}) {
+      std::string text = head;
+      while (text.size() < length) text.push_back(kAlphabet[coded(rng)]);
+      for (const unsigned long limit : {255ul, 1ul, 2ul, 6ul, 7ul, 12ul, 13ul, 17ul, 41ul}) {
+        const Reference ref = referenceCompress(text, limit);
+        unsigned long count = 0;
+        const auto bytes = compress(text, limit, &count);
+        ASSERT_EQ(bytes, ref.bytes) << "length " << length << " head " << head << " limit "
+                                    << limit;
+        ASSERT_EQ(decompress(bytes), ref.decoded);
+      }
+    }
+  }
+}
+
 TEST(TraceCompress, LongTextIsCutAtTheLimit) {
   const std::string text(400, 'x');
   unsigned long count = 0;
