@@ -17,7 +17,7 @@ function(kiv_add_message_catalog target)
   target_compile_features(${generator} PRIVATE cxx_std_17)
   target_include_directories(${generator} PRIVATE
     "${PROJECT_SOURCE_DIR}/kiv_include" "${KIV_GENERATED_INCLUDE_DIR}"
-    "${PROJECT_SOURCE_DIR}/message" ${ARG_INCLUDE_DIRS})
+    "${PROJECT_SOURCE_DIR}/message" "${PROJECT_SOURCE_DIR}/tools/common" ${ARG_INCLUDE_DIRS})
   kiv_target_warnings(${generator})
 
   set(source "${CMAKE_CURRENT_BINARY_DIR}/${ARG_NAME}.msg")

@@ -26,6 +26,7 @@
 
 #include "kiv_message.hpp"
 #include "kiv_msgcat.hpp"
+#include "kiv_tool_texts.hpp"
 
 namespace kivini {
 
@@ -77,32 +78,24 @@ enum TextId : unsigned long {
   TXT_TABLE_SIZE = 43  ///< number of usable entries (ids 0 to 42)
 };
 
+/// The compiled-in table: TXT_TABLE_SIZE usable entries and the closing
+/// marker. Constant data of the tool.
+const char* const* builtInTexts();
+
 /// The tool's catalog: "kivini.cat" when one is installed, else the
-/// compiled-in table. Owns the catalog; not copyable.
-class Texts {
+/// compiled-in table (see kiv_tool_texts.hpp).
+class Texts : public kivtool::ToolTexts {
  public:
-  /// Opens the catalog and attaches the compiled-in table as its fallback.
-  /// Opening sets the locale of the whole process (setlocale(LC_ALL, ""),
-  /// see kiv_msgcat.hpp); kivini runs a single thread, so that is safe here.
-  Texts();
-  Texts(const Texts&) = delete;
-  Texts& operator=(const Texts&) = delete;
+  Texts() : ToolTexts("kivini", builtInTexts(), TXT_TABLE_SIZE) {}
 
   /// Text `id` with up to four inserts (null: none). Never fails: a text
   /// that cannot be found reads as the library's fallback text.
   KivClMessage get(TextId id, const char* insert1 = nullptr, const char* insert2 = nullptr,
-                   const char* insert3 = nullptr, const char* insert4 = nullptr) const;
-
-  /// The catalog itself.
-  const KivClMessageCatalog& catalog() const { return m_catalog; }
-
- private:
-  KivClMessageCatalog m_catalog;
+                   const char* insert3 = nullptr, const char* insert4 = nullptr) const {
+    return text(id, insert1, insert2, insert3, insert4);
+  }
 };
 
-/// The compiled-in table: TXT_TABLE_SIZE usable entries and the closing
-/// marker. Constant data of the tool.
-const char* const* builtInTexts();
 
 }  // namespace kivini
 
