@@ -78,14 +78,14 @@ unsigned long KivClTraceEntry::compressCString(char* out, const char* text,
   // is measured first, so that no byte behind its end is read.
   const char* const end = text + ::strnlen(text, lastStart / kCodeBits + 1);
   while (end - p >= 8 && position + 7 * kCodeBits <= lastStart) {
-    std::uint64_t codes = 0;
-    unsigned char any = 0;
-    for (int k = 0; k < 8; ++k) {
-      const unsigned char code = gs_codeTable.code[static_cast<unsigned char>(p[k])];
-      any |= code;
-      codes = (codes << kCodeBits) | code;
+    // Eight independent look-ups joined as a tree, not one chain of shifts.
+    std::uint64_t c[8];
+    for (int k = 0; k < 8; ++k) c[k] = gs_codeTable.code[static_cast<unsigned char>(p[k])];
+    if (((c[0] | c[1]) | (c[2] | c[3]) | ((c[4] | c[5]) | (c[6] | c[7]))) & 0x80u) {
+      break;  // an escaped character: go on one by one
     }
-    if (any & 0x80u) break;  // an escaped character: go on one by one
+    const std::uint64_t codes = ((c[0] << 42 | c[1] << 36) | (c[2] << 30 | c[3] << 24)) |
+                                ((c[4] << 18 | c[5] << 12) | (c[6] << 6 | c[7]));
     const std::uint64_t bits = (static_cast<std::uint64_t>(pending) << 48) | codes;
     const std::uint64_t bytes = bits >> pendingBits;  // the next 48 bits to write
     for (int k = 0; k < 6; ++k) next[k] = static_cast<char>(bytes >> (40 - 8 * k));
