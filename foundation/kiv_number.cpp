@@ -14,35 +14,61 @@ constexpr char gs_achDigitPairs[] =
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
+// The number of decimal digits of `value` (1 for 0): an estimate from the
+// bit length (1233 / 4096 is just above log10(2)), corrected by one table
+// comparison.
+unsigned digitCount(std::uint64_t value) {
+  static constexpr std::uint64_t kPowers[20] = {1ULL,
+                                                10ULL,
+                                                100ULL,
+                                                1000ULL,
+                                                10000ULL,
+                                                100000ULL,
+                                                1000000ULL,
+                                                10000000ULL,
+                                                100000000ULL,
+                                                1000000000ULL,
+                                                10000000000ULL,
+                                                100000000000ULL,
+                                                1000000000000ULL,
+                                                10000000000000ULL,
+                                                100000000000000ULL,
+                                                1000000000000000ULL,
+                                                10000000000000000ULL,
+                                                100000000000000000ULL,
+                                                1000000000000000000ULL,
+                                                10000000000000000000ULL};
+  if (value < 10) return 1;
+  const unsigned bits = 64 - static_cast<unsigned>(__builtin_clzll(value));
+  const unsigned estimate = (bits * 1233) >> 12;
+  return estimate + 1 - (value < kPowers[estimate] ? 1 : 0);
+}
+
 // Writes "-" when `negative`, then the decimal digits of `magnitude`, then
-// the NUL; returns the number of characters before the NUL. The digits are
-// produced least significant first and then reversed in place; the sign
-// stays where it is. Two digits are taken per division where possible,
-// which yields the same digits in the same order with half the divisions.
+// the NUL; returns the number of characters before the NUL. The length is
+// known first, so the digits go straight to their places from the last one
+// backwards, two per division.
 int toDecimal(bool negative, std::uint64_t magnitude, char* buffer) {
   char* out = buffer;
   if (negative) *out++ = '-';
-  char* const firstDigit = out;
+  const unsigned count = digitCount(magnitude);
+  char* const end = out + count;
+  *end = '\0';
+  char* digit = end;
   while (magnitude >= 100) {
     const auto pair = static_cast<unsigned>(magnitude % 100) * 2;
     magnitude /= 100;
-    *out++ = gs_achDigitPairs[pair + 1];
-    *out++ = gs_achDigitPairs[pair];
+    *--digit = gs_achDigitPairs[pair + 1];
+    *--digit = gs_achDigitPairs[pair];
   }
   if (magnitude >= 10) {
     const auto pair = static_cast<unsigned>(magnitude) * 2;
-    *out++ = gs_achDigitPairs[pair + 1];
-    *out++ = gs_achDigitPairs[pair];
+    *--digit = gs_achDigitPairs[pair + 1];
+    *--digit = gs_achDigitPairs[pair];
   } else {
-    *out++ = static_cast<char>('0' + magnitude);
+    *--digit = static_cast<char>('0' + magnitude);
   }
-  *out = '\0';
-  for (char *low = firstDigit, *high = out - 1; low < high; ++low, --high) {
-    const char digit = *low;
-    *low = *high;
-    *high = digit;
-  }
-  return static_cast<int>(out - buffer);
+  return static_cast<int>(end - buffer);
 }
 
 // A signed value: the magnitude of a negative one is its two's-complement

@@ -153,6 +153,22 @@ TEST(NumberToText, RandomValuesOfEveryMagnitudeMatchSnprintf) {
   }
 }
 
+TEST(NumberToText, EveryPowerOfTenAndItsNeighboursMatchSnprintf) {
+  // The digit count changes exactly at the powers of ten, and at the powers
+  // of two its estimate changes.
+  std::uint64_t power = 1;
+  for (int exponent = 0; exponent <= 19; ++exponent, power *= 10) {
+    for (const std::uint64_t value : {power - 1, power, power + 1}) {
+      expectAllUnsigned64(value);
+      expectAllSigned64(static_cast<std::int64_t>(value));
+    }
+  }
+  for (int bit = 0; bit < 64; ++bit) {
+    const std::uint64_t value = 1ULL << bit;
+    for (const std::uint64_t near : {value - 1, value, value + 1}) expectAllUnsigned64(near);
+  }
+}
+
 TEST(NumberToText, NullBufferWritesNothingAndReturnsZero) {
   EXPECT_EQ(kivItoa(5, nullptr), 0);
   EXPECT_EQ(kivLtoa(-5, nullptr), 0);
