@@ -49,11 +49,35 @@ struct SameCase {
 // step. Returns `p` unchanged when fewer than sixteen ends are left, so that
 // the caller goes on with the table alone; returns `length` when no end in
 // the blocks checked qualifies and none is left over.
-inline std::size_t skipToCandidate(const unsigned char* text, std::size_t length, std::size_t p,
-                                   std::size_t m, unsigned char first, unsigned char last) {
+// The bytes a pattern character stands for: itself, or, when case is
+// ignored, the (at most two) bytes that fold to it.
+struct ByteChoice {
+  unsigned char a;
+  unsigned char b;
+};
+
 #if defined(__SSE2__)
-  const __m128i firsts = _mm_set1_epi8(static_cast<char>(first));
-  const __m128i lasts = _mm_set1_epi8(static_cast<char>(last));
+// Sixteen bytes compared with one choice: a or b (one comparison when the
+// choice is a single byte).
+template <bool kTwo>
+inline __m128i matches(__m128i bytes, __m128i a, __m128i b) {
+  if constexpr (kTwo) {
+    return _mm_or_si128(_mm_cmpeq_epi8(bytes, a), _mm_cmpeq_epi8(bytes, b));
+  } else {
+    (void)b;
+    return _mm_cmpeq_epi8(bytes, a);
+  }
+}
+#endif
+
+template <bool kTwo>
+inline std::size_t skipToCandidate(const unsigned char* text, std::size_t length, std::size_t p,
+                                   std::size_t m, ByteChoice first, ByteChoice last) {
+#if defined(__SSE2__)
+  const __m128i firstsA = _mm_set1_epi8(static_cast<char>(first.a));
+  const __m128i firstsB = _mm_set1_epi8(static_cast<char>(first.b));
+  const __m128i lastsA = _mm_set1_epi8(static_cast<char>(last.a));
+  const __m128i lastsB = _mm_set1_epi8(static_cast<char>(last.b));
   const std::size_t back = m - 1;
   // Two blocks per step while 32 ends are left; the loads stay inside
   // [p - (m - 1), p + 32), that is inside the text.
@@ -64,8 +88,10 @@ inline std::size_t skipToCandidate(const unsigned char* text, std::size_t length
     const __m128i e1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end + 16));
     const __m128i s0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(start));
     const __m128i s1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(start + 16));
-    const __m128i hit0 = _mm_and_si128(_mm_cmpeq_epi8(e0, lasts), _mm_cmpeq_epi8(s0, firsts));
-    const __m128i hit1 = _mm_and_si128(_mm_cmpeq_epi8(e1, lasts), _mm_cmpeq_epi8(s1, firsts));
+    const __m128i hit0 = _mm_and_si128(matches<kTwo>(e0, lastsA, lastsB),
+                                       matches<kTwo>(s0, firstsA, firstsB));
+    const __m128i hit1 = _mm_and_si128(matches<kTwo>(e1, lastsA, lastsB),
+                                       matches<kTwo>(s1, firstsA, firstsB));
     const unsigned int mask = static_cast<unsigned int>(_mm_movemask_epi8(hit0)) |
                               (static_cast<unsigned int>(_mm_movemask_epi8(hit1)) << 16);
     if (mask != 0) return p + static_cast<std::size_t>(__builtin_ctz(mask));
@@ -75,8 +101,8 @@ inline std::size_t skipToCandidate(const unsigned char* text, std::size_t length
     const unsigned char* end = text + p;
     const __m128i e0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end));
     const __m128i s0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end - back));
-    const unsigned int mask = static_cast<unsigned int>(
-        _mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(e0, lasts), _mm_cmpeq_epi8(s0, firsts))));
+    const unsigned int mask = static_cast<unsigned int>(_mm_movemask_epi8(_mm_and_si128(
+        matches<kTwo>(e0, lastsA, lastsB), matches<kTwo>(s0, firstsA, firstsB))));
     if (mask != 0) return p + static_cast<std::size_t>(__builtin_ctz(mask));
     p += 16;
     if (p >= length) return length;
@@ -91,9 +117,25 @@ inline std::size_t skipToCandidate(const unsigned char* text, std::size_t length
   return p;
 }
 
+// The bytes that fold to `target`, when there are one or two; false when
+// there are none or more (the search then relies on the table alone).
+bool foldedChoice(const UpperCase& fold, unsigned char target, ByteChoice& choice) {
+  unsigned char found[2] = {0, 0};
+  int count = 0;
+  for (unsigned int byte = 0; byte < 256; ++byte) {
+    if (fold(static_cast<unsigned char>(byte)) != target) continue;
+    if (count == 2) return false;
+    found[count++] = static_cast<unsigned char>(byte);
+  }
+  if (count == 0) return false;
+  choice = {found[0], found[count - 1]};
+  return true;
+}
+
 template <bool kIgnoreCase, bool kVectorSkip>
 const unsigned char* search(const unsigned char* text, std::size_t length,
-                            const unsigned char* pattern, const std::uint32_t* shift) {
+                            const unsigned char* pattern, const std::uint32_t* shift,
+                            ByteChoice first = {}, ByteChoice lastChoice = {}) {
   const std::size_t m = shift[0];
   // p is the text position under the pattern's last character. An empty
   // pattern has no last character; a text shorter than the pattern has no
@@ -101,10 +143,14 @@ const unsigned char* search(const unsigned char* text, std::size_t length,
   if (m == 0 || m - 1 >= length) return nullptr;
   const std::size_t last = m - 1;
   const std::conditional_t<kIgnoreCase, UpperCase, SameCase> fold;
+  if constexpr (kVectorSkip && !kIgnoreCase) {
+    first = {pattern[0], pattern[0]};
+    lastChoice = {pattern[last], pattern[last]};
+  }
   std::size_t p = last;
   for (;;) {
     if constexpr (kVectorSkip) {
-      p = skipToCandidate(text, length, p, m, pattern[0], pattern[last]);
+      p = skipToCandidate<kIgnoreCase>(text, length, p, m, first, lastChoice);
       if (p >= length) return nullptr;
     }
     // Compare from the pattern's last character leftwards.
@@ -137,7 +183,19 @@ const char* skipTableSearch(const char* text, std::size_t length, const char* pa
   const auto* pat = reinterpret_cast<const unsigned char*>(pattern);
   const unsigned char* found;
   if (ignoreCase) {
-    found = search<true, false>(t, length, pat, shift);
+    // The vector skip compares with both bytes that fold to the pattern's
+    // first and last characters (the locale's table read once per search);
+    // it pays only on longer texts, and needs each to have one or two.
+    ByteChoice first{};
+    ByteChoice last{};
+    const UpperCase fold;
+    const std::size_t m = shift[0];
+    if (mode == SkipMode::Vector && m != 0 && length >= 64 && foldedChoice(fold, pat[0], first) &&
+        foldedChoice(fold, pat[m - 1], last)) {
+      found = search<true, true>(t, length, pat, shift, first, last);
+    } else {
+      found = search<true, false>(t, length, pat, shift);
+    }
   } else if (mode == SkipMode::Vector) {
     found = search<false, true>(t, length, pat, shift);
   } else {

@@ -12,8 +12,8 @@ namespace kiv::detail {
 enum class SkipMode {
   /// Only the shift table moves the alignment.
   Table,
-  /// Before each comparison, alignments whose first and last pattern
-  /// characters both differ from the text are passed over sixteen at a time.
+  /// Before each comparison, alignments where the first or the last pattern
+  /// character differs from the text are passed over sixteen at a time.
   /// Such alignments cannot hold the pattern, so the result is the same.
   Vector,
 };
@@ -22,8 +22,10 @@ enum class SkipMode {
 /// whose shift table is `shift` (shift[0] is the pattern length). With
 /// `ignoreCase`, `pattern` must already be upper-cased and each text byte is
 /// upper-cased through toupper before it is compared. Returns the first
-/// occurrence or null. SkipMode::Vector is used only for exact comparison;
-/// with ignoreCase it is read as SkipMode::Table.
+/// occurrence or null. With ignoreCase, SkipMode::Vector compares the text
+/// with both bytes that fold to the pattern's first and last characters; it
+/// is read as SkipMode::Table for texts under 64 bytes and when a character
+/// has more than two such bytes in the locale.
 const char* skipTableSearch(const char* text, std::size_t length, const char* pattern,
                             const std::uint32_t* shift, bool ignoreCase, SkipMode mode);
 

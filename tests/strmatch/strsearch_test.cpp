@@ -343,4 +343,33 @@ TEST(StringSearch, IgnoringCaseAgreesWithMemmemOnUpperCasedRandomTexts) {
   EXPECT_LT(found, 4500);
 }
 
+TEST(StringSearch, IgnoringCaseTheVectorSkipAgreesWithTheTableAlone) {
+  // Long texts, so that the vector skip runs: both bytes of the first and
+  // last pattern characters must be found wherever they stand.
+  std::mt19937 rng(1125);
+  const std::string alphabets[] = {"aA", "aAbBzZ", "xX\xE9\xC9", std::string("qQ\0", 3)};
+  int found = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const std::string& alphabet = alphabets[round % 4];
+    const std::string text = randomText(rng, 64 + rng() % 900, alphabet);
+    // The pattern is a C string: no NUL in it (the text may hold some).
+    const std::string pattern =
+        randomText(rng, 1 + rng() % 6, alphabet.substr(0, alphabet.find('\0')));
+    KivClStringSearch search(pattern.c_str(), true);
+    const std::vector<std::uint32_t> table = tableOf(search);
+    std::vector<char> exact(text.begin(), text.end());
+    const std::size_t length = exact.size();
+    const char* folded = search.getPattern(exact.data(), static_cast<unsigned int>(length));
+    const char* upper = search.getPatternText();  // upper-cased, as the table was made
+    const char* tableOnly = kiv::detail::skipTableSearch(exact.data(), length, upper, table.data(),
+                                                         true, SkipMode::Table);
+    ASSERT_EQ(offsetOf(folded, exact.data()), offsetOf(tableOnly, exact.data()))
+        << "pattern \"" << pattern << "\" text \"" << text << "\"";
+    ASSERT_EQ(offsetOf(folded, exact.data()), memmemOffset(upperCopy(text), upperCopy(pattern)));
+    if (folded != nullptr) ++found;
+  }
+  EXPECT_GT(found, 300);
+  EXPECT_LT(found, 2900);
+}
+
 }  // namespace
