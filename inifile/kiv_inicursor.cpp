@@ -83,6 +83,14 @@ KivClIniFileOptionCursor::KivClIniFileOptionCursor(const KivClIniFile& file) noe
                                                    : nullptr),
       m_pCurrent(m_pFirst) {}
 
+KivClIniFileOptionCursor::KivClIniFileOptionCursor(KivClIniFileOption* option,
+                                                   const KivClIniFile& file) noexcept
+    : m_file(file),
+      m_pSection(nullptr),
+      m_pFirst(file.getCurrentSection() != nullptr ? file.getCurrentSection()->getFirstOption()
+                                                   : nullptr),
+      m_pCurrent(option) {}
+
 KivClIniFileOptionCursor::~KivClIniFileOptionCursor() = default;
 
 bool KivClIniFileOptionCursor::isValid() const { return m_pCurrent != nullptr; }

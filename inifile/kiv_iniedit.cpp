@@ -1,27 +1,22 @@
 // Queries on the current section and the editing operations of an INI
-// file. Every named form finds its section with a section cursor and calls
-// the cursor form, so both behave alike.
+// file. Queries find their records through lookUp (kiv_iniindex.cpp);
+// every named editing form finds its section with a section cursor and
+// calls the cursor form, so both behave alike.
 #include "kiv_inifile.hpp"
 #include "kiv_inifile_internal.hpp"
 
-namespace {
-
-// Finds the option and reads it through `read`; false, outputs untouched,
-// when there is no current section or no such option.
+// Finds the option of the current section and reads it through `read`;
+// false, outputs untouched, when there is no current section or no such
+// option.
 template <typename Read>
-bool readOption(const KivClIniFile& file, const char* name, const char*& comment, Read read) {
-  KivClIniFileOptionCursor cursor(file);
-  if (!cursor.setTo(name)) return false;
+bool KivClIniFile::readOption(const char* name, const char*& comment, Read read) const {
+  if (m_pCurrentSection == nullptr) return false;
+  auto* option = static_cast<KivClIniFileOption*>(lookUp(m_pCurrentSection, name));
+  if (option == nullptr) return false;
+  const KivClIniFileOptionCursor cursor(option, *this);
   read(cursor);
   comment = cursor.getComment();
   return true;
-}
-
-}  // namespace
-
-KivClIniFileSection* KivClIniFile::findSection(const char* name) const {
-  KivClIniFileSectionCursor cursor(*this);
-  return cursor.setTo(name) ? cursor.getSectionRecord() : nullptr;
 }
 
 KivClIniFileOption* KivClIniFile::findOption(const KivClIniFileSection* section, const char* name) {
@@ -33,12 +28,12 @@ KivClIniFileOption* KivClIniFile::findOption(const KivClIniFileSection* section,
 }
 
 bool KivClIniFile::getSection(const char* name) const {
-  m_pCurrentSection = findSection(name);
+  m_pCurrentSection = static_cast<KivClIniFileSection*>(lookUp(nullptr, name));
   return m_pCurrentSection != nullptr;
 }
 
 bool KivClIniFile::getOption(const char* name, const char*& value, const char*& comment) const {
-  return readOption(*this, name, comment,
+  return readOption(name, comment,
                     [&](const KivClIniFileOptionCursor& c) { value = c.getValue(); });
 }
 
@@ -49,7 +44,7 @@ bool KivClIniFile::getOption(const char* name, const char*& value) const {
 
 #define KIV_INIFILE_TYPED_GETTER(Type)                                                      \
   bool KivClIniFile::getOption(const char* name, Type& value, const char*& comment) const { \
-    return readOption(*this, name, comment,                                                 \
+    return readOption(name, comment,                                                        \
                       [&](const KivClIniFileOptionCursor& c) { c.getValue(value); });       \
   }                                                                                         \
   bool KivClIniFile::getOption(const char* name, Type& value) const {                       \
@@ -65,7 +60,7 @@ KIV_INIFILE_TYPED_GETTER(char)
 #undef KIV_INIFILE_TYPED_GETTER
 
 bool KivClIniFile::getOptionBool(const char* name, bool& value, const char*& comment) const {
-  return readOption(*this, name, comment,
+  return readOption(name, comment,
                     [&](const KivClIniFileOptionCursor& c) { c.getValueBool(value); });
 }
 

@@ -4,7 +4,10 @@
 #include <cstring>
 
 #include "kiv_inifile.hpp"
+#include "kiv_inifile_internal.hpp"
 #include "kiv_memmgr.hpp"
+
+std::atomic<std::uint64_t> kiv::detail::g_iniModelChanges{0};
 
 namespace {
 
@@ -33,6 +36,7 @@ KivClIniFileSection::KivClIniFileSection(const char* start, const char* end) noe
 }
 
 KivClIniFileSection::~KivClIniFileSection() {
+  kiv::detail::iniModelChanged();
   delete m_pFirstOption;
   KivClIniFileSection* next = m_pNext;
   m_pNext = nullptr;
@@ -50,19 +54,27 @@ void KivClIniFileSection::operator delete(void* p) noexcept { kivFree(p); }
 
 void KivClIniFileSection::appendSection(KivClIniFileSection* section) noexcept {
   if (section == nullptr || section == this) return;
+  kiv::detail::iniModelChanged();
   KivClIniFileSection* tail = section;
   while (tail->m_pNext != nullptr) tail = tail->m_pNext;
   tail->m_pNext = m_pNext;
   m_pNext = section;
 }
 
+void KivClIniFileSection::setFirstOption(KivClIniFileOption* option) noexcept {
+  kiv::detail::iniModelChanged();
+  m_pFirstOption = option;
+}
+
 void KivClIniFileSection::deleteContents() noexcept {
+  kiv::detail::iniModelChanged();
   m_szName[0] = '\0';
   delete m_pFirstOption;
   m_pFirstOption = nullptr;
 }
 
 KivClIniFileOption::~KivClIniFileOption() {
+  kiv::detail::iniModelChanged();
   KivClIniFileOption* next = m_pNext;
   m_pNext = nullptr;
   while (next != nullptr) {
@@ -79,6 +91,7 @@ void KivClIniFileOption::operator delete(void* p) noexcept { kivFree(p); }
 
 void KivClIniFileOption::appendOption(KivClIniFileOption* option) noexcept {
   if (option == nullptr || option == this) return;
+  kiv::detail::iniModelChanged();
   KivClIniFileOption* tail = option;
   while (tail->m_pNext != nullptr) tail = tail->m_pNext;
   tail->m_pNext = m_pNext;

@@ -5,9 +5,9 @@
 #include <istream>
 #include <streambuf>
 
+#include "../foundation/kiv_cloexec.hpp"
 #include "kiv_inifile.hpp"
 #include "kiv_inifile_internal.hpp"
-#include "../foundation/kiv_cloexec.hpp"
 
 using kiv::detail::iniIsSpace;
 
@@ -38,9 +38,13 @@ KivClIniFile::KivClIniFile(const KivClFilenameABase& name)
       m_pfuErrorHandler(nullptr),
       m_pErrorHandlerData(nullptr),
       m_pTailSection(nullptr),
-      m_pTailOption(nullptr) {}
+      m_pTailOption(nullptr),
+      m_pIndex(nullptr) {}
 
-KivClIniFile::~KivClIniFile() { delete m_pFirstSection; }
+KivClIniFile::~KivClIniFile() {
+  dropIndex();
+  delete m_pFirstSection;
+}
 
 void KivClIniFile::setErrorHandler(KivPfuIniFileErrorHandler handler, void* userData) noexcept {
   m_pfuErrorHandler = handler;
@@ -110,6 +114,7 @@ KivClIniFileSection* KivClIniFile::getExistingSection(const char* start, const c
 
 void KivClIniFile::addSection(KivClIniFileSection* section) noexcept {
   if (section == nullptr) return;
+  kiv::detail::iniModelChanged();
   if (m_pFirstSection == nullptr) {
     m_pFirstSection = section;
   } else {

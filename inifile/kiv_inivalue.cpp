@@ -201,11 +201,13 @@ KivClIniFileOption::KivClIniFileOption(const char* name, const char* value) noex
 }
 
 void KivClIniFileOption::appendOptionValue(const char* line) noexcept {
+  kiv::detail::iniModelChanged();
   if (m_pszValue == nullptr || line == nullptr) return;
   processValue(line, m_pszValue + std::strlen(m_pszValue));
 }
 
 void KivClIniFileOption::setNewValue(const char* value) noexcept {
+  kiv::detail::iniModelChanged();
   if (m_pszValue == nullptr) return;
   if (value == nullptr) value = "";
   const auto room = static_cast<std::size_t>(m_szText + KIV_INIFILE_OPTION_TEXT_SIZE - m_pszValue);
@@ -216,6 +218,7 @@ void KivClIniFileOption::setNewValue(const char* value) noexcept {
 }
 
 void KivClIniFileOption::deleteContents() noexcept {
+  kiv::detail::iniModelChanged();
   m_szText[0] = '\0';
   m_szText[1] = '\0';
   m_pszValue = m_szText + 1;

@@ -84,6 +84,28 @@
 // The error handler must not change the model of the file being loaded.
 // Thread safety: none; a file object and its cursors belong to one thread.
 // Memory exhaustion throws KivClExceptionFatal from the memory manager.
+//
+// Lookup index: getSection and getOption give the first name in list order
+// that matches without regard to case, as a walk of the lists would. A file
+// that is asked often builds, lazily and beside the lists, a hash index of
+// the first section of each name and of the first option of each name in
+// every section; the lists themselves stay as they are. The index is exact
+// because it is dropped on every change: each member that can change a
+// record or a list (loading, adding, setting, deleting, linking, freeing;
+// also when called on a record directly rather than through the file)
+// counts one process-wide change, and a lookup trusts the index only when
+// no change was counted since it was built. Case is folded through the C
+// library's toupper, whose table a catalog open or the program may switch
+// at any time (setlocale in any thread, uselocale in this one), so the
+// index also remembers the table it was built with and is not used while
+// another one is in force. After a change, lookups walk the lists until
+// the walks have compared about half as many names as the last index held
+// (64 at first), and only then build the index again, so a program that
+// changes and looks up by turns pays little more than the walks. An index
+// is built only while the thread uses the process's locale; one that
+// cannot be allocated is simply not used. Editing by name (addOption,
+// deleteOption, setNewValue, deleteSection) and the cursors' setTo still
+// walk the lists.
 #ifndef KIV_INIFILE_HPP
 #define KIV_INIFILE_HPP
 
@@ -139,7 +161,7 @@ class KIV_EXPORT KivClIniFileSection {
   void appendSection(KivClIniFileSection* section) noexcept;
   /// Makes `option` (and its chain) the option list. Meant for an empty
   /// section: a previous list is not freed and passes to the caller.
-  void setFirstOption(KivClIniFileOption* option) noexcept { m_pFirstOption = option; }
+  void setFirstOption(KivClIniFileOption* option) noexcept;
   /// Marks the section deleted: empties the name, frees the options.
   void deleteContents() noexcept;
 
@@ -367,8 +389,15 @@ class KIV_EXPORT KivClIniFile : public KivClFile {
   void addOption(KivClIniFileOption* option) noexcept;
 
  private:
-  KivClIniFileSection* findSection(const char* name) const;
+  struct Index;
+
   static KivClIniFileOption* findOption(const KivClIniFileSection* section, const char* name);
+  // The first record named `name` (null when none): a section when `owner`
+  // is null, else an option of `owner`. Uses or builds the index.
+  void* lookUp(const KivClIniFileSection* owner, const char* name) const;
+  void dropIndex() const noexcept;
+  template <typename Read>
+  bool readOption(const char* name, const char*& comment, Read read) const;
 
   KivClIniFileSection* m_pFirstSection;
   KivClIniFileSection* m_pLastSection;
@@ -380,6 +409,9 @@ class KIV_EXPORT KivClIniFile : public KivClFile {
   // that appending does not walk the list again for every line.
   KivClIniFileSection* m_pTailSection;
   KivClIniFileOption* m_pTailOption;
+  // The lookup state (index and the counts that decide when to build it);
+  // allocated on the first lookup, owned, freed by the destructor.
+  mutable Index* m_pIndex;
 };
 
 /// Walks the sections of a file in list order (tombstones included).
@@ -473,6 +505,11 @@ class KIV_EXPORT KivClIniFileOptionCursor : public KivClUniDirCursorABase {
   const KivClIniFile& getFile() const noexcept { return m_file; }
 
  private:
+  friend class KivClIniFile;
+  // Over the file's current section, standing on `option` (one of its
+  // options, or null).
+  KivClIniFileOptionCursor(KivClIniFileOption* option, const KivClIniFile& file) noexcept;
+
   const KivClIniFile& m_file;
   const KivClIniFileSection* m_pSection;
   KivClIniFileOption* m_pFirst;
