@@ -204,17 +204,22 @@ class KIV_EXPORT KivClMemoryPool {
   /// chunk through `blockNumber` (left untouched when null is returned).
   void* allocate(std::size_t size, std::uint64_t& blockNumber) {
     KivClMemoryPoolBlock* block = m_pclCurrentBlock;
-    // The common case: a bounds check and a pointer increment. The rounded
-    // size fits the free size exactly when the size fits the free size
-    // rounded down to a multiple of 8; that test needs neither a branch on
-    // the low bits nor the saturation of getAlignedSizeFor (a size that
-    // would saturate never passes it). Alignment is on in every pool (both
+    // The common case: a bounds check and a pointer increment. `last` is the
+    // rounded size minus 1: (size - 1) | 7 equals ((size + 7) & ~7) - 1 for
+    // every size from 1 on, and the chunk fits exactly when `last` is below
+    // the free size. This costs fewer operations than rounding the free size
+    // down, and needs no saturation: the two kinds of size whose rounding
+    // does not fit the type, 0 and those within 7 of the largest value, give
+    // the largest value and never pass, so they take the general path (size
+    // 0 gets its empty chunk there, the others are saturated by
+    // getAlignedSizeFor). The free size is exact for a full block and for an
+    // empty area (end = start - 1) alike. Alignment is on in every pool (both
     // constructors set it and nothing clears it), so this path rounds
     // without reading the flag; every other path goes through
     // getAlignedSizeFor.
-    constexpr std::size_t kLow = 7;
-    if (block != nullptr && size <= (block->getFreeSize() & ~kLow)) {
-      return block->take((size + kLow) & ~kLow, blockNumber);
+    if (block != nullptr) {
+      const std::size_t last = (size - 1) | 7u;
+      if (last < block->getFreeSize()) return block->take(last + 1, blockNumber);
     }
     return allocate(block, getAlignedSizeFor(size), blockNumber);
   }
