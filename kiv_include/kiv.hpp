@@ -42,6 +42,7 @@
 #include "kiv_tracebuffer.hpp"
 #include "kiv_traceentry.hpp"
 #include "kiv_tracefilter.hpp"
+#include "kiv_traceformat.hpp"
 #include "kiv_tracesettings.hpp"
 #include "kiv_tracetypes.hpp"
 #include "kiv_usage.hpp"
