@@ -19,6 +19,7 @@
 #include <string>
 
 #include "kiv_base.hpp"
+#include "kiv_config.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -33,6 +34,17 @@ TEST(LibraryIdentity, ReportsLevelBuildDateAndPlatform) {
   EXPECT_TRUE(kivLibraryIsShipCode());
   EXPECT_EQ(kivGetOperatingSystemId(), 8);
   EXPECT_EQ(kivGetTimeStamp(), 0u);
+}
+
+TEST(LibraryIdentity, VersionTextJoinsTheThreeNumbers) {
+  EXPECT_EQ(KIV_VERSION_MAJOR, 5);
+  EXPECT_EQ(KIV_VERSION_MINOR, 24);
+  EXPECT_GE(KIV_VERSION_PATCH, 0);
+  EXPECT_EQ(std::string(KIV_VERSION), std::to_string(KIV_VERSION_MAJOR) + "." +
+                                          std::to_string(KIV_VERSION_MINOR) + "." +
+                                          std::to_string(KIV_VERSION_PATCH));
+  // The level text stays what it has always been.
+  EXPECT_STREQ(kivLibraryGetLevel(), "KIVLibR5-24");
 }
 
 // ---------------------------------------------------------------------------
