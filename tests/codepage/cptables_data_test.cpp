@@ -68,7 +68,7 @@ std::vector<SourceLine> readSources() {
     std::istringstream fields(text);
     SourceLine line;
     fields >> line.family >> line.ccsid;
-    std::string a, b, c;
+    std::string a, b;
     if (line.family == "sbcs") {
       fields >> line.source >> a;
       line.ranges = parseRanges(a);
