@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Runs the tests of a build tree under valgrind's memcheck (`make valgrind`).
 
-    scripts/run-memcheck.py <build tree> [jobs]
+    scripts/run-memcheck.py <build tree> [jobs [program pattern]]
 
-The tests are the ones CTest knows in that tree. Each test program runs once
+The tests are the ones CTest knows in that tree; a pattern (a regular
+expression searched in the program's path) keeps only the programs it finds. Each test program runs once
 under memcheck with exactly its registered test cases (a memcheck process per
 program rather than per case: starting memcheck costs about a second, and a
 tree has some 1500 cases). Programs run `jobs` at a time (default 2).
@@ -111,13 +112,16 @@ def run(program, build, logdir):
 
 
 def main():
-    if len(sys.argv) not in (2, 3):
+    if len(sys.argv) not in (2, 3, 4):
         sys.exit(__doc__)
     build = os.path.abspath(sys.argv[1])
     if shutil.which("valgrind") is None:
         sys.exit("valgrind is not installed (scripts/install-deps.sh lists it)")
-    jobs = int(sys.argv[2]) if len(sys.argv) == 3 else 2
+    jobs = int(sys.argv[2]) if len(sys.argv) >= 3 else 2
     programs, setups, cleanups, left_out = load_tests(build)
+    if len(sys.argv) == 4:
+        pattern = re.compile(sys.argv[3])
+        programs = [p for p in programs if pattern.search(p["exe"])]
     logdir = os.path.join(build, "memcheck")
     os.makedirs(logdir, exist_ok=True)
     # The largest programs first, so that they do not end the run alone.

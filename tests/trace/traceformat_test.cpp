@@ -52,6 +52,14 @@ class TraceBytes {
   TraceBytes& value(KivEnTraceDataType type, const T& v, const char* message = "v") {
     return add(KIV_TRACE_DETAIL_LOW, 0, type, "fn", message, &v, sizeof v);
   }
+  /// An x87 long double has padding bytes after its 80 bits; they are zeroed
+  /// here so that every byte of the file is defined.
+  TraceBytes& value(KivEnTraceDataType type, long double v, const char* message = "v") {
+    constexpr std::size_t used = std::numeric_limits<long double>::digits == 64 ? 10 : sizeof v;
+    unsigned char bytes[sizeof v] = {};
+    std::memcpy(bytes, &v, used);
+    return add(KIV_TRACE_DETAIL_LOW, 0, type, "fn", message, bytes, sizeof bytes);
+  }
   /// A function entry or exit as the trace instance records it.
   TraceBytes& function(KivEnTraceDataType type, const char* name, std::int64_t level) {
     return add(KIV_TRACE_DETAIL_OFF, 0, type, name, "", &level, sizeof level);
