@@ -23,6 +23,13 @@ export PKG_CONFIG_PATH
 "$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$src/pkgconfig/main.cpp" \
   -o "$tmp/kiv_pkgconfig_consumer" $(pkg-config --cflags --libs kiv)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir kiv) "$tmp/kiv_pkgconfig_consumer"
+# The same program with the library's directory on its run path, as the
+# README shows: it then runs without LD_LIBRARY_PATH.
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 -Wall -Wextra -Wpedantic -Werror "$src/pkgconfig/main.cpp" \
+  -o "$tmp/kiv_pkgconfig_rpath" $(pkg-config --cflags --libs kiv) \
+  -Wl,-rpath,"$(pkg-config --variable=libdir kiv)"
+env -u LD_LIBRARY_PATH "$tmp/kiv_pkgconfig_rpath"
 
 echo "== installed message catalog"
 test -f "$tmp/prefix/share/kiv/nls/qrnmsg50.cat"
