@@ -12,6 +12,14 @@
 namespace {
 
 #if KIV_HAVE_ICONV
+bool hasLetterOrDigit(const char* name) {
+  for (; *name != '\0'; ++name) {
+    const char c = *name;
+    if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) return true;
+  }
+  return false;
+}
+
 const iconv_t kNoDescriptor = reinterpret_cast<iconv_t>(-1);
 
 void recordErrno(const KivClConverterABase& converter, int error) {
@@ -40,6 +48,11 @@ namespace kiv::detail {
 
 void* openIconv(const char* to, const char* from) noexcept {
 #if KIV_HAVE_ICONV
+  // The C library drops every character but letters and digits from a code
+  // set's name and reads what is left empty as the locale's code set; the
+  // name of an invalid CCSID, "???", would open that and convert as if the
+  // page were known.
+  if (!hasLetterOrDigit(to) || !hasLetterOrDigit(from)) return nullptr;
   const iconv_t descriptor = iconv_open(to, from);
   return descriptor == kNoDescriptor ? nullptr : descriptor;
 #else

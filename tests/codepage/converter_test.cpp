@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "cp_test_support.hpp"
@@ -38,6 +39,32 @@ TEST(Converter, ConstructorsSetTheirPairOfCCSIDs) {
   EXPECT_EQ(toUtf8.getTargetCCSID().getCCSID(), 1208u);
   EXPECT_KIV_NO_ERROR(toUnicode);
   EXPECT_KIV_NO_ERROR(between);
+}
+
+// An invalid CCSID is named "???", which the C library's iconv would read as
+// the locale's code set; no converter may take that for the page.
+TEST(Converter, InvalidCodePageIsNeverServedByIconv) {
+  for (const unsigned int ccsid : {4u, 12345u}) {
+    ASSERT_STREQ(KivClCCSID(ccsid).getName(), "???");
+    EXPECT_FALSE(KivClCodePage2CodePageConverter(ccsid, 850).isSupported()) << ccsid;
+    EXPECT_FALSE(KivClCodePage2CodePageConverter(850, ccsid).isSupported()) << ccsid;
+    const KivClCodePage2UnicodeConverter toUnicode(ccsid);
+    const KivClUnicode2CodePageConverter fromUnicode(ccsid);
+    const KivClCodePage2UTF8Converter toUtf8(ccsid);
+    for (const KivClConverterABase* converter :
+         {static_cast<const KivClConverterABase*>(&toUnicode),
+          static_cast<const KivClConverterABase*>(&fromUnicode),
+          static_cast<const KivClConverterABase*>(&toUtf8)}) {
+      EXPECT_FALSE(converter->isSupported()) << ccsid;
+      EXPECT_EQ(converter->getMethod(), &kivConvertError) << ccsid;
+      char target[16];
+      const char* const text = "AB";
+      const char* source = text;
+      EXPECT_EQ(converter->convertBytes(target, sizeof target, &source, 2), 0u) << ccsid;
+      EXPECT_EQ(source, text) << ccsid;
+      EXPECT_KIV_ERROR(*converter, CPCONVERTER_UNSUPPORTED, INCONSISTENT_SITUATION);
+    }
+  }
 }
 
 TEST(Converter, UnknownCodePageIsUnsupportedAndNeedsIconv) {
