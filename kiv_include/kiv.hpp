@@ -1,6 +1,7 @@
-// KIV Library: the umbrella header. Includes every public header of the
-// library but kiv_icu.hpp, which needs ICU's own headers; a program may
-// include the family headers it needs instead.
+/// \file
+/// KIV Library: the umbrella header. Includes every public header of the
+/// library but kiv_icu.hpp, which needs ICU's own headers; a program may
+/// include the family headers it needs instead.
 #ifndef KIV_HPP
 #define KIV_HPP
 

@@ -1,39 +1,42 @@
-// KIV Library: argument cursors.
-//
-// Cursors over a program's command line (the argument count and vector that
-// its entry point received). They answer, for the argument under the cursor,
-// the questions the console user interface asks: is it a switch, does it
-// name a given switch, is it allowed by the usage string, does it need or
-// carry a value, is it a free argument. The answers about the usage come
-// from a KivClUsageCursor (kiv_usage.hpp) built afresh for each question.
-//
-// Three classes in one line of inheritance:
-//   KivClArgvCursor       the plain walk, forwards and backwards;
-//   KivClArgvCheckCursor  adds the usage string and the checks;
-//   KivClArgvFreeCursor   visits the free arguments only.
-//
-// Index 0 is the program name and is never visited: a cursor is valid when
-// its index is at least 1 and less than the argument count. A switch is an
-// argument that begins with "-" followed by anything but a decimal digit,
-// so "-5" is a value and a lone "-" is a switch with an empty name.
-//
-// Choices made here:
-//   - A null vector is taken as an empty command line (count 0). A negative
-//     count is taken as 0.
-//   - getAsCString() does not require a valid cursor, but it returns null
-//     instead of reading outside the vector; getArgv0() returns null for an
-//     empty command line. Every query is false on an invalid cursor or a
-//     null argument.
-//   - Moving saturates at the limits of int instead of overflowing.
-//   - A null usage string is treated as the empty one (no elements).
-//   - Walks over the usage string end at a "/" or a "-" followed by a digit
-//     outside quoted text, where the usage cursor cannot move on (see
-//     kiv_usage.hpp).
-//
-// Ownership: the cursors keep pointers only (vector, its strings, the usage
-// string); all of them must outlive the cursor. Failure: none; results are
-// bool. Thread safety: a cursor is used by one thread; cursors over the same
-// unchanging vector may be used from several.
+/// \file
+/// KIV Library: argument cursors.
+///
+/// Cursors over a program's command line (the argument count and vector that
+/// its entry point received). They answer, for the argument under the cursor,
+/// the questions the console user interface asks: is it a switch, does it
+/// name a given switch, is it allowed by the usage string, does it need or
+/// carry a value, is it a free argument. The answers about the usage come
+/// from a KivClUsageCursor (kiv_usage.hpp) built afresh for each question.
+///
+/// Three classes in one line of inheritance:
+/// ~~~
+///   KivClArgvCursor       the plain walk, forwards and backwards;
+///   KivClArgvCheckCursor  adds the usage string and the checks;
+///   KivClArgvFreeCursor   visits the free arguments only.
+/// ~~~
+///
+/// Index 0 is the program name and is never visited: a cursor is valid when
+/// its index is at least 1 and less than the argument count. A switch is an
+/// argument that begins with "-" followed by anything but a decimal digit,
+/// so "-5" is a value and a lone "-" is a switch with an empty name.
+///
+/// Choices made here:
+///   - A null vector is taken as an empty command line (count 0). A negative
+///     count is taken as 0.
+///   - getAsCString() does not require a valid cursor, but it returns null
+///     instead of reading outside the vector; getArgv0() returns null for an
+///     empty command line. Every query is false on an invalid cursor or a
+///     null argument.
+///   - Moving saturates at the limits of int instead of overflowing.
+///   - A null usage string is treated as the empty one (no elements).
+///   - Walks over the usage string end at a "/" or a "-" followed by a digit
+///     outside quoted text, where the usage cursor cannot move on (see
+///     kiv_usage.hpp).
+///
+/// Ownership: the cursors keep pointers only (vector, its strings, the usage
+/// string); all of them must outlive the cursor. Failure: none; results are
+/// bool. Thread safety: a cursor is used by one thread; cursors over the same
+/// unchanging vector may be used from several.
 #ifndef KIV_ARGV_HPP
 #define KIV_ARGV_HPP
 
@@ -192,7 +195,9 @@ class KIV_EXPORT KivClArgvFreeCursor : public KivClArgvCheckCursor {
   /// KivClConsoleUI.
   explicit KivClArgvFreeCursor(const KivClConsoleUI& consoleUI);
 
+  /// Copies count, index, vector and usage string.
   KivClArgvFreeCursor(const KivClArgvFreeCursor& other) = default;
+  /// Copies count, index, vector and usage string.
   KivClArgvFreeCursor& operator=(const KivClArgvFreeCursor& other) = default;
 
   ~KivClArgvFreeCursor() override;

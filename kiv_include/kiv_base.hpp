@@ -1,29 +1,30 @@
-// KIV Library: base string, number, time and platform utilities.
-//
-// Small freestanding routines that the rest of the library and its callers
-// use: the library's level and build date, number-to-text conversion,
-// substring search and counting, in-place case conversion and
-// case-insensitive comparison, 16-bit byte-order conversion, sleeping, a
-// wall clock, two developer print helpers that prefix a line with its source
-// position, and the wildcard matcher used by file names, directory walks and
-// match objects.
-//
-// Ownership: every function works on the caller's buffers and keeps nothing;
-// texts returned by the identity functions are constants of the library.
-// Buffers that a function writes (number conversion, kivStrCopyUntil) are
-// sized by the caller; no function here can check their size, so the sizes
-// stated on each function are part of its contract.
-// Failure: nothing here fails in the sense of an error record. A null text
-// is treated as the empty text and a null output buffer makes a writer do
-// nothing (see each function). The sleep functions return the platform
-// call's result. No function throws.
-// Thread safety: all functions may be called from any thread, except that
-// the case functions read the locale's character tables (so they follow the
-// calling thread's locale) and kiv_tprint/kiv_tprintf write to shared
-// streams without a lock of their own.
-//
-// The plain C names strupr, strlwr, strcmpi, strncmpi and memicmp are part
-// of the library's interface and are exported unmangled.
+/// \file
+/// KIV Library: base string, number, time and platform utilities.
+///
+/// Small freestanding routines that the rest of the library and its callers
+/// use: the library's level and build date, number-to-text conversion,
+/// substring search and counting, in-place case conversion and
+/// case-insensitive comparison, 16-bit byte-order conversion, sleeping, a
+/// wall clock, two developer print helpers that prefix a line with its source
+/// position, and the wildcard matcher used by file names, directory walks and
+/// match objects.
+///
+/// Ownership: every function works on the caller's buffers and keeps nothing;
+/// texts returned by the identity functions are constants of the library.
+/// Buffers that a function writes (number conversion, kivStrCopyUntil) are
+/// sized by the caller; no function here can check their size, so the sizes
+/// stated on each function are part of its contract.
+/// Failure: nothing here fails in the sense of an error record. A null text
+/// is treated as the empty text and a null output buffer makes a writer do
+/// nothing (see each function). The sleep functions return the platform
+/// call's result. No function throws.
+/// Thread safety: all functions may be called from any thread, except that
+/// the case functions read the locale's character tables (so they follow the
+/// calling thread's locale) and kiv_tprint/kiv_tprintf write to shared
+/// streams without a lock of their own.
+///
+/// The plain C names strupr, strlwr, strcmpi, strncmpi and memicmp are part
+/// of the library's interface and are exported unmangled.
 #ifndef KIV_BASE_HPP
 #define KIV_BASE_HPP
 
@@ -38,15 +39,19 @@
 /// reports this one.
 inline constexpr std::int32_t KIV_OPERATING_SYSTEM_ID = 8;
 
-/// Buffer sizes that always suffice for the number-to-text functions
-/// (sign, digits and the NUL).
+/// Buffer size that always suffices for kivItoa, the 32-bit number-to-text
+/// function (sign, 10 digits and the NUL).
 inline constexpr std::size_t KIV_TOA_BUFFER_SIZE_32 = 12;
+/// Buffer size that always suffices for the 64-bit number-to-text functions
+/// (sign, 19 digits and the NUL; an unsigned value has up to 20 digits and
+/// no sign).
 inline constexpr std::size_t KIV_TOA_BUFFER_SIZE_64 = 21;
 
 extern "C" {
 
 // ---------------------------------------------------------------------------
-// Library identity
+/// \name Library identity
+/// @{
 // ---------------------------------------------------------------------------
 
 /// The library's level label, the constant text "KIVLibR5-24".
@@ -61,17 +66,18 @@ KIV_EXPORT std::int32_t kivGetOperatingSystemId(void);
 /// A 32-bit time stamp; always 0 on this platform, which has no time stamp
 /// source for the library.
 KIV_EXPORT std::uint32_t kivGetTimeStamp(void);
+/// @}
 
 // ---------------------------------------------------------------------------
-// Number to decimal text
-//
-// Each function writes the decimal text of `value` into `buffer`,
-// terminates it with a NUL and returns the number of characters written
-// without the NUL. The buffer must hold at least KIV_TOA_BUFFER_SIZE_32 (12)
-// bytes for the 32-bit function and KIV_TOA_BUFFER_SIZE_64 (21) bytes for the
-// 64-bit ones. All five share one routine: the most negative values print
-// correctly ("-2147483648", "-9223372036854775808"). A null buffer writes
-// nothing and returns 0.
+/// \name Number to decimal text
+/// Each function writes the decimal text of `value` into `buffer`,
+/// terminates it with a NUL and returns the number of characters written
+/// without the NUL. The buffer must hold at least KIV_TOA_BUFFER_SIZE_32 (12)
+/// bytes for the 32-bit function and KIV_TOA_BUFFER_SIZE_64 (21) bytes for the
+/// 64-bit ones. All five share one routine: the most negative values print
+/// correctly ("-2147483648", "-9223372036854775808"). A null buffer writes
+/// nothing and returns 0.
+/// @{
 // ---------------------------------------------------------------------------
 
 /// Signed 32-bit value; a leading "-" for negatives.
@@ -84,12 +90,16 @@ KIV_EXPORT int kivI64toa(std::int64_t value, char* buffer);
 KIV_EXPORT int kivULtoa(unsigned long value, char* buffer);
 /// Unsigned 64-bit value; the same as kivULtoa.
 KIV_EXPORT int kivW64toa(std::uint64_t value, char* buffer);
+/// @}
 
 // ---------------------------------------------------------------------------
-// Text search and copy
+/// \name Text search and copy
+/// @{
 // ---------------------------------------------------------------------------
 
 /// Finds `pattern` in `text`.
+/// \param text the NUL-terminated text searched; may be null.
+/// \param pattern the NUL-terminated text looked for; may be null.
 /// \param caseInsensitive false: the platform's strstr. true: a single pass
 ///        over the text comparing lower-cased characters (the locale's
 ///        table). This pass deliberately never backs up after a partial
@@ -105,7 +115,8 @@ KIV_EXPORT int kivW64toa(std::uint64_t value, char* buffer);
 KIV_EXPORT const char* kivStrFind(const char* text, const char* pattern, bool caseInsensitive);
 
 /// Number of occurrences of `character` in `text` (0 for an empty or null
-/// text; the terminating NUL is never counted, so counting '\0' gives 0).
+/// text; the terminating NUL is never counted, so counting the NUL
+/// character gives 0).
 KIV_EXPORT std::size_t kivStrCount(const char* text, char character);
 
 /// Copies the characters of `source` into `destination` up to the first
@@ -116,15 +127,16 @@ KIV_EXPORT std::size_t kivStrCount(const char* text, char character);
 ///          (destination becomes the empty text); a null destination writes
 ///          nothing and returns 0.
 KIV_EXPORT std::size_t kivStrCopyUntil(char* destination, const char* source, char stop);
+/// @}
 
 // ---------------------------------------------------------------------------
-// Case conversion and comparison (the locale's character tables)
-//
-// The comparisons keep two different orders on purpose: strcmpi upper-cases
-// and strncmpi lower-cases, so characters that lie between "Z" and "a" (such
-// as "_") sort after the letters for strcmpi and before them for strncmpi.
-// Callers depend on both orders; do not unify them. A null text counts as
-// the empty text.
+/// \name Case conversion and comparison (the locale's character tables)
+/// The comparisons keep two different orders on purpose: strcmpi upper-cases
+/// and strncmpi lower-cases, so characters that lie between "Z" and "a" (such
+/// as "_") sort after the letters for strcmpi and before them for strncmpi.
+/// Callers depend on both orders; do not unify them. A null text counts as
+/// the empty text.
+/// @{
 // ---------------------------------------------------------------------------
 
 /// Converts `text` to upper case in place (every character up to the NUL
@@ -150,10 +162,13 @@ KIV_EXPORT int strncmpi(const char* a, const char* b, std::int32_t count);
 /// \returns the difference of that lower-cased pair, or 0 when there is none.
 ///          Null blocks are allowed only with length 0.
 KIV_EXPORT int memicmp(const void* a, const void* b, std::uint32_t length);
+/// @}
 
 // ---------------------------------------------------------------------------
-// 16-bit byte order, for buffers of 16-bit code units. `length` is in bytes;
-// the host is little-endian.
+/// \name 16-bit byte order
+/// For buffers of 16-bit code units. `length` is in bytes; the host is
+/// little-endian.
+/// @{
 // ---------------------------------------------------------------------------
 
 /// Exchanges the two bytes of every whole 16-bit unit of `buffer`. An odd
@@ -172,11 +187,14 @@ KIV_EXPORT void kivEndianConvertW16BigToHost(void* buffer, std::size_t length);
 KIV_EXPORT void kivEndianConvertW16LittleToBig(void* buffer, std::size_t length);
 /// The swap (kivEndianConvertW16Swap).
 KIV_EXPORT void kivEndianConvertW16BigToLittle(void* buffer, std::size_t length);
+/// @}
 
 // ---------------------------------------------------------------------------
-// Sleeping. The longer units are built on the shorter ones; products that
-// would overflow the next unit's 32-bit argument are capped at its largest
-// value instead of wrapping round to a short sleep.
+/// \name Sleeping
+/// The longer units are built on the shorter ones; products that would
+/// overflow the next unit's 32-bit argument are capped at its largest value
+/// instead of wrapping round to a short sleep.
+/// @{
 // ---------------------------------------------------------------------------
 
 /// kivSleepMinutes(hours x 60).
@@ -193,9 +211,11 @@ KIV_EXPORT int kivSleepMilliSeconds(std::uint32_t milliseconds);
 /// after the full time-out, -1 when a signal interrupted the wait (the wait
 /// is not resumed).
 KIV_EXPORT int kivSleepMicroSeconds(std::uint64_t microseconds);
+/// @}
 
 // ---------------------------------------------------------------------------
-// Developer print helper (C interface)
+/// \name Developer print helper (C interface)
+/// @{
 // ---------------------------------------------------------------------------
 
 /// Writes to standard output "[<file>:<line>] " (the full `file` text, as by
@@ -208,9 +228,11 @@ KIV_EXPORT void kiv_tprintf(const char* file, int line, const char* format, ...)
     __attribute__((format(printf, 3, 4)))
 #endif
     ;
+/// @}
 
 // ---------------------------------------------------------------------------
-// Wildcard matching
+/// \name Wildcard matching
+/// @{
 // ---------------------------------------------------------------------------
 
 /// True when the whole `text` matches the whole `pattern`. "*" matches any
@@ -222,13 +244,16 @@ KIV_EXPORT void kiv_tprintf(const char* file, int line, const char* format, ...)
 /// text counts as the empty text.
 KIV_EXPORT bool kivMatchesWildcardPattern(const char* pattern, const char* text,
                                           bool caseSensitive);
+/// @}
 
 }  // extern "C"
 
 /// Developer print helper (C++ interface): writes "[", the name part of
 /// `file` (the text after its last "/"), ":", `line` in decimal and "] " to
 /// `stream` and returns the stream, so that the caller continues the line:
-/// `kiv_tprint(std::cerr, __FILE__, __LINE__) << "value " << v << '\n';`
+/// ~~~{.cpp}
+/// kiv_tprint(std::cerr, __FILE__, __LINE__) << "value " << v << '\n';
+/// ~~~
 /// A null file prints as the empty text.
 KIV_EXPORT std::ostream& kiv_tprint(std::ostream& stream, const char* file, int line);
 

@@ -1,29 +1,30 @@
-// KIV Library: a fixed-size array of bits.
-//
-// A KivClBitArray holds a bit count and (bit count / 8) + 1 bytes, all zero
-// after construction; an array of 8 bits therefore holds 2 bytes and an array
-// of 0 bits holds 1. Arrays can be copied, compared byte by byte and written
-// to and read from a stream in a raw binary form: the bit count as 8 bytes in
-// the host's byte order (little-endian on this platform), then the bytes.
-//
-// Bit numbering: bit i is bit (i % 8) of byte i / 8, that is the byte's value
-// 1 << (i % 8); the spare high bits of the last byte are never reached
-// through the accessors and stay zero unless a read brings them in.
-//
-// Reading keeps the storage: read() takes the bit count from the stream but
-// fills only the bytes the array already holds (no reallocation), so reading
-// is meant for an array of the same size as the one written. After a read of
-// a different count the bit count and the held bytes disagree; every
-// operation then stays within the held bytes (see the individual functions),
-// never past them.
-//
-// Ownership: the array owns its bytes; they come from kivMalloc and go back
-// through kivFree. Failure: allocation never yields null; exhausted memory
-// throws KivClExceptionFatal (kiv_memmgr.hpp), and an array whose copy or
-// assignment throws is left unchanged. Stream failures are reported by the
-// bool results of write() and read(); streams set to throw pass their
-// exceptions through. Thread safety: none; an array may be read from several
-// threads at once only while no thread changes it.
+/// \file
+/// KIV Library: a fixed-size array of bits.
+///
+/// A KivClBitArray holds a bit count and (bit count / 8) + 1 bytes, all zero
+/// after construction; an array of 8 bits therefore holds 2 bytes and an array
+/// of 0 bits holds 1. Arrays can be copied, compared byte by byte and written
+/// to and read from a stream in a raw binary form: the bit count as 8 bytes in
+/// the host's byte order (little-endian on this platform), then the bytes.
+///
+/// Bit numbering: bit i is bit (i % 8) of byte i / 8, that is the byte's value
+/// 1 << (i % 8); the spare high bits of the last byte are never reached
+/// through the accessors and stay zero unless a read brings them in.
+///
+/// Reading keeps the storage: read() takes the bit count from the stream but
+/// fills only the bytes the array already holds (no reallocation), so reading
+/// is meant for an array of the same size as the one written. After a read of
+/// a different count the bit count and the held bytes disagree; every
+/// operation then stays within the held bytes (see the individual functions),
+/// never past them.
+///
+/// Ownership: the array owns its bytes; they come from kivMalloc and go back
+/// through kivFree. Failure: allocation never yields null; exhausted memory
+/// throws KivClExceptionFatal (kiv_memmgr.hpp), and an array whose copy or
+/// assignment throws is left unchanged. Stream failures are reported by the
+/// bool results of write() and read(); streams set to throw pass their
+/// exceptions through. Thread safety: none; an array may be read from several
+/// threads at once only while no thread changes it.
 #ifndef KIV_BITARRAY_HPP
 #define KIV_BITARRAY_HPP
 

@@ -1,51 +1,52 @@
-// KIV Library: coded character set identifiers (CCSIDs).
-//
-// A CCSID is the number by which the library names a code page. `KivClCCSID`
-// holds one such number together with its row in the library's constant
-// table of 430 known CCSIDs (429 code pages and a sentinel row 0, CCSID 0,
-// name "???", no properties, which stands for every unknown number). A row
-// gives the code page's name and its properties: ASCII- or EBCDIC-based,
-// single-byte (SBCS), double-byte (DBCS, which includes mixed and multi-byte
-// sets) or UCS-2. The converters ask these questions before they choose a
-// conversion method.
-//
-// The row is looked up lazily: a CCSID made from a number finds its row by
-// binary search the first time a query needs it, and keeps it.
-//
-// Deliberate behaviour, kept as it is:
-// - Names are not unique. Extended CCSIDs carry the name of their base code
-//   page (4133 is "037"), and several rows share a name ("UCS-2" is 13488,
-//   17584 and 61955). Text is matched to the FIRST row of that name in
-//   ascending CCSID order, so "UCS-2" gives 13488 and "437" gives 437.
-// - Text that is neither a number nor a known name keeps the number found
-//   behind its first digit ("CP850" is 850, "ISO-8859-1" is 8859) but is
-//   always invalid, even when that number is in the table: the text did not
-//   name a code page the library knows.
-// - 65501 and 13488 are the same code page and compare equal; 65500 (UCS-2
-//   big-endian) equals neither. 1200, 17584 and 61955 are UCS-2 in host byte
-//   order too, yet compare equal only to themselves.
-// - The library runs on little-endian hosts only: every UCS-2 CCSID except
-//   65500 is UCS-2 in host (little-endian) byte order.
-// - The system CCSID is asked of ICU once per process and then cached; later
-//   changes of the locale or of ICU's default code page are not seen. The
-//   name of ICU's default code page is taken from ICU's public
-//   `ucnv_getDefaultName()` (ICU's internal default-code-page query is not
-//   part of its interface). The name is opened with `ucnv_open` and its
-//   CCSID read with `ucnv_getCCSID`; when ICU cannot name or open it, or
-//   reports -1, the system CCSID is 1208 (UTF-8). A build without ICU
-//   always reports 1208. Note that ICU builds for Linux treat UTF-8 as the
-//   platform's only charset: there `ucnv_getDefaultName()` is "UTF-8"
-//   whatever the locale, so the system CCSID is 1208.
-//
-// Ownership: a `KivClCCSID` is a small value (a number and a pointer into the
-// constant table); names returned point into that table and live as long as
-// the program. Failure: nothing throws and nothing keeps an error record; an
-// unknown CCSID is simply invalid, named "???" and without properties.
-// Thread safety: the table is constant. The lazy lookup writes the object's
-// own row pointer, so one object shared between threads needs the caller's
-// lock (or a query made once before sharing it); distinct objects are
-// independent. The cached system CCSID is set without a lock: two threads
-// asking for it first at the same time both ask ICU and store the same value.
+/// \file
+/// KIV Library: coded character set identifiers (CCSIDs).
+///
+/// A CCSID is the number by which the library names a code page. `KivClCCSID`
+/// holds one such number together with its row in the library's constant
+/// table of 430 known CCSIDs (429 code pages and a sentinel row 0, CCSID 0,
+/// name "???", no properties, which stands for every unknown number). A row
+/// gives the code page's name and its properties: ASCII- or EBCDIC-based,
+/// single-byte (SBCS), double-byte (DBCS, which includes mixed and multi-byte
+/// sets) or UCS-2. The converters ask these questions before they choose a
+/// conversion method.
+///
+/// The row is looked up lazily: a CCSID made from a number finds its row by
+/// binary search the first time a query needs it, and keeps it.
+///
+/// Deliberate behaviour, kept as it is:
+/// - Names are not unique. Extended CCSIDs carry the name of their base code
+///   page (4133 is "037"), and several rows share a name ("UCS-2" is 13488,
+///   17584 and 61955). Text is matched to the FIRST row of that name in
+///   ascending CCSID order, so "UCS-2" gives 13488 and "437" gives 437.
+/// - Text that is neither a number nor a known name keeps the number found
+///   behind its first digit ("CP850" is 850, "ISO-8859-1" is 8859) but is
+///   always invalid, even when that number is in the table: the text did not
+///   name a code page the library knows.
+/// - 65501 and 13488 are the same code page and compare equal; 65500 (UCS-2
+///   big-endian) equals neither. 1200, 17584 and 61955 are UCS-2 in host byte
+///   order too, yet compare equal only to themselves.
+/// - The library runs on little-endian hosts only: every UCS-2 CCSID except
+///   65500 is UCS-2 in host (little-endian) byte order.
+/// - The system CCSID is asked of ICU once per process and then cached; later
+///   changes of the locale or of ICU's default code page are not seen. The
+///   name of ICU's default code page is taken from ICU's public
+///   `ucnv_getDefaultName()` (ICU's internal default-code-page query is not
+///   part of its interface). The name is opened with `ucnv_open` and its
+///   CCSID read with `ucnv_getCCSID`; when ICU cannot name or open it, or
+///   reports -1, the system CCSID is 1208 (UTF-8). A build without ICU
+///   always reports 1208. Note that ICU builds for Linux treat UTF-8 as the
+///   platform's only charset: there `ucnv_getDefaultName()` is "UTF-8"
+///   whatever the locale, so the system CCSID is 1208.
+///
+/// Ownership: a `KivClCCSID` is a small value (a number and a pointer into the
+/// constant table); names returned point into that table and live as long as
+/// the program. Failure: nothing throws and nothing keeps an error record; an
+/// unknown CCSID is simply invalid, named "???" and without properties.
+/// Thread safety: the table is constant. The lazy lookup writes the object's
+/// own row pointer, so one object shared between threads needs the caller's
+/// lock (or a query made once before sharing it); distinct objects are
+/// independent. The cached system CCSID is set without a lock: two threads
+/// asking for it first at the same time both ask ICU and store the same value.
 #ifndef KIV_CCSID_HPP
 #define KIV_CCSID_HPP
 
@@ -134,10 +135,13 @@ class KIV_EXPORT KivClCCSID {
 
   /// Equal numbers, or equal after 65501 is replaced by 13488 on both sides.
   bool operator==(KivEnCCSID other) const noexcept;
+  /// The same comparison with the number of `other`.
   bool operator==(const KivClCCSID& other) const noexcept {
     return *this == static_cast<KivEnCCSID>(other.m_ulCCSID);
   }
+  /// Not operator==.
   bool operator!=(KivEnCCSID other) const noexcept { return !(*this == other); }
+  /// Not operator==.
   bool operator!=(const KivClCCSID& other) const noexcept { return !(*this == other); }
 
   /// The CCSID for a UCS-2 byte-order mark: 65500 when `id` begins with the

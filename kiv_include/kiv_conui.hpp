@@ -1,145 +1,152 @@
-// KIV Library: the console user interface.
-//
-// KivClConsoleUI is the object a console program creates first. It owns the
-// program's message catalog, keeps its argument count and vector and its
-// settings (KivClConsoleUIParams, kiv_conuiparams.hpp), handles the built-in
-// switches (-quiet, -copyright, -h/-H/-?), checks the command line against a
-// usage string (kiv_usage.hpp), answers typed queries for switches and their
-// values, writes every display of the program (titles, headers, messages,
-// error, warning, information, fatal and exception displays, aligned
-// label-value lines, hex dumps, usage, help and copyright), asks the user
-// for strings, numbers and yes/no answers, shows a spinning progress
-// indicator, and ends the program with fixed exit codes:
-//
-//   201  after the usage, help or copyright display when an exit is asked
-//        for, also after a bad command line and for a missing switch when a
-//        usage string is set
-//   202  a required switch is missing and no usage string is set
-//   203  a switch that needs a value has none
-//   204  a numeric switch's value is not numeric
-//
-// A typical program:
-//
-//   int main(int argc, char** argv) {
-//     KivClConsoleUI ui(argc, argv);
-//     ui.init("My tool", "1.0");              // -quiet, -copyright, title
-//     ui.handleUsageHelp("(-in <file>) [-v]", "-in <file>   input\n-v   verbose");
-//     const char* in = nullptr;
-//     ui.reqArgString("in", in);              // exits 201 when -in is missing
-//     ...
-//     ui.error("Cannot read the file", in);   // display on standard error
-//     ui.processExit(1);
-//   }
-//
-// Texts. No text of the library is a literal here: every label is a message
-// of the catalog, message id base + N for the N of the built-in table
-// (kiv_msgtable.hpp), so a program can keep the library's texts at an offset
-// inside its own catalog. The default catalog is the library's own
-// ("qrnmsg50.cat"); it alone gets the built-in table as its fallback, so a
-// program that names a catalog of its own gets no fallback texts. Ids that a
-// program passes itself (title, level, usage and help ids, switch names by
-// id, question ids, labels of the format members) are used as given; the
-// library's own callers add the base.
-//
-// Streams. Normal displays go to the output stream, error, warning, fatal
-// and exception displays to the error stream (standard output and standard
-// error at first). setOutputStream() redirects both; quiet mode (-quiet)
-// sends both to "/dev/null". Some displays always use the standard streams
-// whatever the mode: usage and help (standard output), the copyright display
-// (forced to standard output), the errors of the command line check, the
-// fatal ends of the argument queries (standard error) and the prompts
-// (standard input and output). So under -quiet a bad command line is still
-// reported on standard error.
-//
-// Layout of the displays (process name "prog", label width 36):
-//
-//   <empty line>
-//   -------------------------------------------------------------------------- (74)
-//   prog: An error occurred:
-//       the message: insert 1: insert 2
-//
-// and a label-value line "  Trace file..........................: value".
-//
-// Deliberately unusual behaviour, kept on purpose (do not "fix" it):
-//   - Centred labels: h blanks, the label, then h - ((width mod 2) + (length
-//     mod 2)) blanks, h = width / 2 - length / 2. The right-hand count
-//     subtracts both parities, so odd widths come out short. When that count
-//     would be negative (a label at least as long as an odd width, say), no
-//     blanks are written at all.
-//   - A label longer than the width counts as the width: it is written whole
-//     and no fill is added.
-//   - The exception display writes its header and message on the error
-//     stream and the error record lines (format members) on the output
-//     stream, like every format member.
-//   - The legality check reports a switch given n times n(n-1)/2 times: once
-//     for every later occurrence of every occurrence ("-a -a -a" gives three
-//     "Illegal repetition" errors).
-//   - A numeric switch takes the next argument even when it looks like a
-//     switch; one leading apostrophe is dropped ("'-5" is -5), and the value
-//     is atol() of the rest, cut to the width asked for.
-//   - A missing required switch ends with 201 after the usage display when a
-//     usage string is set, but with 202 when none is set.
-//   - In text displays a "!" hides the rest of its line together with its
-//     newline when tagged lines are hidden or disabled, so a "!" in the
-//     middle of a line joins that line with the next one.
-//   - Every end of the process with a code other than 0 beeps first (the
-//     bell character on the output stream).
-//   - The usage display ends its first line only after the built-in switch
-//     list. When the catalog is not usable that list is left out, and the
-//     usage text, with its indentation, follows the process name on the
-//     same line.
-//   - The help display without a help text does not end its "Sorry, no
-//     additional help available" line (a following beep lands right after
-//     it).
-//
-// Choices made where the rules leave room:
-//   - The constructors already create the parameters object from argument 0
-//     and attach the built-in table to the default catalog, so every member
-//     may be used before init(); init() runs the built-in switches. A
-//     second init() runs them again.
-//   - The help switch letters are taken from message base + 8 only when that
-//     message could be loaded; otherwise there are no help switches (the
-//     fallback text "UNABLE TO LOAD ..." would make -U, -N, -A ... help
-//     switches).
-//   - Ids given for the title, level, usage and help texts give null when
-//     the id is 0 or its message could not be loaded.
-//   - An error id, class, severity or action that has no text of its own
-//     (its mapping gives message id 0) is shown by its number.
-//   - A line that holds only "@" is shown as one empty line: the "@" in the
-//     first column is shown as the line break, and the newline that ends
-//     the "@" line is not shown a second time.
-//   - The fatal ends of the numeric queries name the switch only, like the
-//     other argument errors.
-//   - Prompts: a line longer than 80 characters is cut to its first 80
-//     characters and the rest of the line is read and dropped, so the next
-//     prompt reads a fresh line. When standard input has ended, an empty
-//     answer is taken (so a default answers); when the answer is still not
-//     valid, promptNumval returns its default value brought within the
-//     limits and promptYesNo its default instead of asking for ever.
-//   - formatBool writes its "YES" or "NO" without quotes, whatever the
-//     quote-strings flag: it is a truth value, not a string.
-//   - Null texts are written as empty texts; null inserts are left out.
-//   - The compile date shown by the copyright display is the date on which
-//     the output part of this class was compiled.
-//
-// Ownership: the console UI owns its catalog and its parameters object
-// (released by the destructor); the argument vector is the caller's and is
-// not copied; usage and help texts are copied. Texts returned by queries
-// point into the console UI or the caller's vector. The argument cursors
-// built from a console UI keep pointers into it, so it must outlive them.
-//
-// Failure: wrong user input never fails (the prompts ask again; bad command
-// lines end the process with the codes above). Allocation goes through the
-// memory manager, which throws KivClExceptionFatal when memory is exhausted.
-// The members that end the process never return.
-//
-// Thread safety: none; one console UI per process, used from the main
-// thread. Every constructor opens the catalog (kiv_msgcat.hpp), which calls
-// setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL, "C"): the locale of
-// the whole process changes and stays changed. That is not safe while
-// another thread makes a locale-dependent call (printf, strtod, toupper,
-// regcomp, the C++ streams, ...), so create the console UI before other
-// threads start.
+/// \file
+/// KIV Library: the console user interface.
+///
+/// KivClConsoleUI is the object a console program creates first. It owns the
+/// program's message catalog, keeps its argument count and vector and its
+/// settings (KivClConsoleUIParams, kiv_conuiparams.hpp), handles the built-in
+/// switches (-quiet, -copyright, -h/-H/-?), checks the command line against a
+/// usage string (kiv_usage.hpp), answers typed queries for switches and their
+/// values, writes every display of the program (titles, headers, messages,
+/// error, warning, information, fatal and exception displays, aligned
+/// label-value lines, hex dumps, usage, help and copyright), asks the user
+/// for strings, numbers and yes/no answers, shows a spinning progress
+/// indicator, and ends the program with fixed exit codes:
+///
+/// ~~~
+///   201  after the usage, help or copyright display when an exit is asked
+///        for, also after a bad command line and for a missing switch when a
+///        usage string is set
+///   202  a required switch is missing and no usage string is set
+///   203  a switch that needs a value has none
+///   204  a numeric switch's value is not numeric
+/// ~~~
+///
+/// A typical program:
+///
+/// ~~~{.cpp}
+///   int main(int argc, char** argv) {
+///     KivClConsoleUI ui(argc, argv);
+///     ui.init("My tool", "1.0");              // -quiet, -copyright, title
+///     ui.handleUsageHelp("(-in <file>) [-v]", "-in <file>   input\n-v   verbose");
+///     const char* in = nullptr;
+///     ui.reqArgString("in", in);              // exits 201 when -in is missing
+///     ...
+///     ui.error("Cannot read the file", in);   // display on standard error
+///     ui.processExit(1);
+///   }
+/// ~~~
+///
+/// Texts. No text of the library is a literal here: every label is a message
+/// of the catalog, message id base + N for the N of the built-in table
+/// (kiv_msgtable.hpp), so a program can keep the library's texts at an offset
+/// inside its own catalog. The default catalog is the library's own
+/// ("qrnmsg50.cat"); it alone gets the built-in table as its fallback, so a
+/// program that names a catalog of its own gets no fallback texts. Ids that a
+/// program passes itself (title, level, usage and help ids, switch names by
+/// id, question ids, labels of the format members) are used as given; the
+/// library's own callers add the base.
+///
+/// Streams. Normal displays go to the output stream, error, warning, fatal
+/// and exception displays to the error stream (standard output and standard
+/// error at first). setOutputStream() redirects both; quiet mode (-quiet)
+/// sends both to "/dev/null". Some displays always use the standard streams
+/// whatever the mode: usage and help (standard output), the copyright display
+/// (forced to standard output), the errors of the command line check, the
+/// fatal ends of the argument queries (standard error) and the prompts
+/// (standard input and output). So under -quiet a bad command line is still
+/// reported on standard error.
+///
+/// Layout of the displays (process name "prog", label width 36):
+///
+/// ~~~
+///   <empty line>
+///   -------------------------------------------------------------------------- (74)
+///   prog: An error occurred:
+///       the message: insert 1: insert 2
+/// ~~~
+///
+/// and a label-value line "  Trace file..........................: value".
+///
+/// Deliberately unusual behaviour, kept on purpose (do not "fix" it):
+///   - Centred labels: h blanks, the label, then h - ((width mod 2) + (length
+///     mod 2)) blanks, h = width / 2 - length / 2. The right-hand count
+///     subtracts both parities, so odd widths come out short. When that count
+///     would be negative (a label at least as long as an odd width, say), no
+///     blanks are written at all.
+///   - A label longer than the width counts as the width: it is written whole
+///     and no fill is added.
+///   - The exception display writes its header and message on the error
+///     stream and the error record lines (format members) on the output
+///     stream, like every format member.
+///   - The legality check reports a switch given n times n(n-1)/2 times: once
+///     for every later occurrence of every occurrence ("-a -a -a" gives three
+///     "Illegal repetition" errors).
+///   - A numeric switch takes the next argument even when it looks like a
+///     switch; one leading apostrophe is dropped ("'-5" is -5), and the value
+///     is atol() of the rest, cut to the width asked for.
+///   - A missing required switch ends with 201 after the usage display when a
+///     usage string is set, but with 202 when none is set.
+///   - In text displays a "!" hides the rest of its line together with its
+///     newline when tagged lines are hidden or disabled, so a "!" in the
+///     middle of a line joins that line with the next one.
+///   - Every end of the process with a code other than 0 beeps first (the
+///     bell character on the output stream).
+///   - The usage display ends its first line only after the built-in switch
+///     list. When the catalog is not usable that list is left out, and the
+///     usage text, with its indentation, follows the process name on the
+///     same line.
+///   - The help display without a help text does not end its
+///     "Sorry, no additional help available" line (a following beep lands
+///     right after it).
+///
+/// Choices made where the rules leave room:
+///   - The constructors already create the parameters object from argument 0
+///     and attach the built-in table to the default catalog, so every member
+///     may be used before init(); init() runs the built-in switches. A
+///     second init() runs them again.
+///   - The help switch letters are taken from message base + 8 only when that
+///     message could be loaded; otherwise there are no help switches (the
+///     fallback text "UNABLE TO LOAD ..." would make -U, -N, -A ... help
+///     switches).
+///   - Ids given for the title, level, usage and help texts give null when
+///     the id is 0 or its message could not be loaded.
+///   - An error id, class, severity or action that has no text of its own
+///     (its mapping gives message id 0) is shown by its number.
+///   - A line that holds only `@` is shown as one empty line: the `@` in the
+///     first column is shown as the line break, and the newline that ends
+///     the `@` line is not shown a second time.
+///   - The fatal ends of the numeric queries name the switch only, like the
+///     other argument errors.
+///   - Prompts: a line longer than 80 characters is cut to its first 80
+///     characters and the rest of the line is read and dropped, so the next
+///     prompt reads a fresh line. When standard input has ended, an empty
+///     answer is taken (so a default answers); when the answer is still not
+///     valid, promptNumval returns its default value brought within the
+///     limits and promptYesNo its default instead of asking for ever.
+///   - formatBool writes its "YES" or "NO" without quotes, whatever the
+///     quote-strings flag: it is a truth value, not a string.
+///   - Null texts are written as empty texts; null inserts are left out.
+///   - The compile date shown by the copyright display is the date on which
+///     the output part of this class was compiled.
+///
+/// Ownership: the console UI owns its catalog and its parameters object
+/// (released by the destructor); the argument vector is the caller's and is
+/// not copied; usage and help texts are copied. Texts returned by queries
+/// point into the console UI or the caller's vector. The argument cursors
+/// built from a console UI keep pointers into it, so it must outlive them.
+///
+/// Failure: wrong user input never fails (the prompts ask again; bad command
+/// lines end the process with the codes above). Allocation goes through the
+/// memory manager, which throws KivClExceptionFatal when memory is exhausted.
+/// The members that end the process never return.
+///
+/// Thread safety: none; one console UI per process, used from the main
+/// thread. Every constructor opens the catalog (kiv_msgcat.hpp), which calls
+/// setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL, "C"): the locale of
+/// the whole process changes and stays changed. That is not safe while
+/// another thread makes a locale-dependent call (printf, strtod, toupper,
+/// regcomp, the C++ streams, ...), so create the console UI before other
+/// threads start.
 #ifndef KIV_CONUI_HPP
 #define KIV_CONUI_HPP
 
@@ -169,6 +176,21 @@ inline constexpr unsigned int KIV_CONUI_BAR_LENGTH = 74;
 inline constexpr unsigned int KIV_CONUI_PROGRESS_WIPE = 80;
 
 /// The console user interface of a program (see the banner).
+///
+/// Argument queries (hasArg... and reqArg...): each kind exists with the
+/// switch named by text (with or without its "-"), by one character c (the
+/// switch "-c") and by message id (the text of that message, id as given).
+/// The has-forms say whether the switch is present; the req-forms end the
+/// process through fatalMissingArg() when it is not.
+///
+/// Label-value lines (format, formatBool): each writes, on the output
+/// stream, two blanks, the label justified in the format width by the
+/// format style, ": ", the value and an end of line. Labels are given as
+/// text or as message id (used as given).
+///
+/// Prompts write to standard output and read standard input a line at a
+/// time, whatever the output stream and quiet mode. Every answer is left in
+/// the input buffer of the parameters (at most 80 characters).
 ///
 /// Virtual operations, in slot order: the destructor and getMessageCatalog.
 ///
@@ -291,13 +313,7 @@ class KIV_EXPORT KivClConsoleUI {
   /// The settings object (created by the constructor, never null).
   KivClConsoleUIParams& getParams() const { return *m_pclParams; }
 
-  // ===== Argument queries ==================================================
-  //
-  // Each kind exists with the switch named by text (with or without its
-  // "-"), by one character c (the switch "-c") and by message id (the text
-  // of that message, id as given). The has-forms say whether the switch is
-  // present; the req-forms end the process through fatalMissingArg() when
-  // it is not.
+  // ===== Argument queries (their three forms: see the class comment) =======
 
   /// True when the switch occurs among the arguments.
   ///@{
@@ -314,8 +330,9 @@ class KIV_EXPORT KivClConsoleUI {
 
   /// False when the switch is absent. When the argument after its first
   /// occurrence exists and is not a switch, stores it in `value` and
-  /// returns true; otherwise ends the process with 203 ("No value specified
-  /// for command line switch" and the name, on standard error).
+  /// returns true; otherwise ends the process with 203
+  /// ("No value specified for command line switch" and the name, on standard
+  /// error).
   ///@{
   bool hasArgString(const char* name, const char*& value) const;
   bool hasArgString(char name, const char*& value) const;
@@ -435,11 +452,7 @@ class KIV_EXPORT KivClConsoleUI {
                  const char* insert2 = nullptr, const char* insert3 = nullptr,
                  const char* insert4 = nullptr) const;
 
-  // ===== Label-value lines =================================================
-  //
-  // Each writes, on the output stream, two blanks, the label justified in
-  // the format width by the format style, ": ", the value and an end of
-  // line. Labels are given as text or as message id (used as given).
+  // ===== Label-value lines (their layout: see the class comment) ===========
 
   /// The label part alone: two blanks, the justified label and ": ".
   void format(const char* label) const;
@@ -501,8 +514,8 @@ class KIV_EXPORT KivClConsoleUI {
 
   // ===== Error formats =====================================================
 
-  /// "Error ID" with the name of `errorId`; when verbose, a second "Error
-  /// ID" line with the number.
+  /// "Error ID" with the name of `errorId`; when verbose, a second
+  /// "Error ID" line with the number.
   void formatErrId(unsigned long errorId, bool verbose = false) const;
   /// "Error Class" with the name of the class.
   void format(KivEnErrorClass errorClass) const;
@@ -516,9 +529,9 @@ class KIV_EXPORT KivClConsoleUI {
   /// Id, class, severity and action. Not verbose: an id of 0 shows nothing,
   /// and class, severity and action are shown only when not 0.
   void format(const _KivStUserError& error, bool verbose = false) const;
-  /// As for the user error of the exception; when verbose also "Cause for
-  /// exception" (when there is a cause), "Exception occured in module" and
-  /// "Exception occured in line".
+  /// As for the user error of the exception; when verbose also
+  /// "Cause for exception" (when there is a cause),
+  /// "Exception occured in module" and "Exception occured in line".
   void format(const KivClException& exception, bool verbose = false) const;
 
   // ===== Text displays, usage, help, title, copyright ======================
@@ -526,7 +539,7 @@ class KIV_EXPORT KivClConsoleUI {
   /// Writes `text` character by character (column count starting at 1):
   /// a "!" starts a tagged part of the line, hidden with its newline when
   /// tagged lines are hidden or disabled, else the "!" alone is left out;
-  /// in `usage` mode double quotes and parentheses are left out; an "@" in
+  /// in `usage` mode double quotes and parentheses are left out; an `@` in
   /// the first column is shown as a line break (see the banner); after a
   /// newline `indentCount` blanks are written; an end of line is added when
   /// the text does not end with a newline.
@@ -539,8 +552,8 @@ class KIV_EXPORT KivClConsoleUI {
   /// name. With `exit`, an end of line and exit code 201.
   void displayUsage(bool exit = false) const;
   /// On standard output: a newline, "Help: " and the help text aligned
-  /// after it, or the indentation and "Sorry, no additional help
-  /// available" without an end of line. With `exit`, exit code 201.
+  /// after it, or the indentation and "Sorry, no additional help available"
+  /// without an end of line. With `exit`, exit code 201.
   void displayHelp(bool exit = false) const;
   /// setUsage(usage, help), displayUsage(false), displayHelp(exit).
   void displayUsageHelp(const char* usage, const char* help, bool exit = false);
@@ -553,11 +566,7 @@ class KIV_EXPORT KivClConsoleUI {
   /// then `level` and `date` when a level is given. Exit code 201.
   [[noreturn]] void displayCopyright(const char* level, const char* date) const;
 
-  // ===== Prompts and progress indicator ====================================
-  //
-  // Prompts write to standard output and read standard input a line at a
-  // time, whatever the output stream and quiet mode. Every answer is left
-  // in the input buffer of the parameters (at most 80 characters).
+  // ===== Prompts (streams: see the class comment), progress indicator ======
 
   /// The bar, " " and the question, " (hint)" when a hint is given, ":" and
   /// a newline, then " (default: answer): " or " ", then reads a line. An
@@ -569,9 +578,9 @@ class KIV_EXPORT KivClConsoleUI {
   const char* promptString(const char* question, const char* defaultAnswer = nullptr) const;
   /// The same with the question from message `questionId` (as given).
   const char* promptString(unsigned long questionId, const char* defaultAnswer = nullptr) const;
-  /// Asks until the answer is a number within [min, max] (hint "min.: m,
-  /// max.: n", default `defaultValue`). An answer whose first character (or
-  /// second, after a "-") is a digit is read with atol().
+  /// Asks until the answer is a number within [min, max] (hint
+  /// "min.: m, max.: n", default `defaultValue`). An answer whose first
+  /// character (or second, after a "-") is a digit is read with atol().
   ///@{
   long promptNumval(const char* question, long min, long max, long defaultValue) const;
   long promptNumval(unsigned long questionId, long min, long max, long defaultValue) const;
@@ -589,7 +598,7 @@ class KIV_EXPORT KivClConsoleUI {
   /// Restarts the spinner.
   void progressStart() const;
   /// On the output stream: a carriage return, a blank, the next of
-  /// "|/-\", a blank, and `text` and a blank when `text` is not null; then
+  /// `|/-\`, a blank, and `text` and a blank when `text` is not null; then
   /// a flush.
   void progressStep(const char* text = nullptr) const;
   /// Wipes the line: a carriage return, 80 blanks, a carriage return.

@@ -1,41 +1,42 @@
-// KIV Library: console UI parameters.
-//
-// KivClConsoleUIParams holds the settings and small buffers of one console
-// user interface (KivClConsoleUI): the usage and help texts, the process
-// name, the prompt input buffer, the progress counter, the display flags,
-// the format settings and the two output streams. The console UI creates it
-// from argument 0 and deletes it in its destructor; everything else of the
-// console UI reads and writes it through its accessors.
-//
-// The process name is the part of argument 0 after its last "/" (all of it
-// when there is none), at most 25 characters, then cut at its first ".":
-// "/usr/local/bin/mytool.exe" gives "mytool" (length 6).
-//
-// Streams: normal displays go to the output stream (standard output at
-// first), error displays to the error stream (standard error at first).
-// setOutputStream() redirects BOTH; quiet mode sends both to "/dev/null" and
-// then ignores setOutputStream(); forceOutputStream() overrides quiet mode
-// for the copyright display and puts standard error back as the error
-// stream.
-//
-// Choices made here:
-//   - The no-usage marker is a fixed empty text of the library; getUsage()
-//     returns it when no usage is set, and hasUsage() tells it apart from
-//     every copied usage string (also from a copied empty one).
-//   - The quiet-mode stream is owned separately from the stream pointers: it
-//     stays alive after forceOutputStream() and is released by the
-//     destructor in every case, so it never leaks. A second setQuietMode()
-//     reuses it. Should "/dev/null" fail to open, the stream is in its
-//     failed state and swallows all output just the same.
-//   - A null argv0 gives the empty process name. A null usage sets the
-//     no-usage marker, a null help no help text.
-//
-// Ownership: the usage and help copies are made with kivMalloc and released
-// with kivFree; the streams handed in are not owned and must outlive their
-// use here. Failure: allocation throws KivClExceptionFatal when memory is
-// exhausted (kiv_memmgr.hpp), leaving the object unchanged; nothing else
-// fails. Thread safety: none; one console UI per process, used from its main
-// thread.
+/// \file
+/// KIV Library: console UI parameters.
+///
+/// KivClConsoleUIParams holds the settings and small buffers of one console
+/// user interface (KivClConsoleUI): the usage and help texts, the process
+/// name, the prompt input buffer, the progress counter, the display flags,
+/// the format settings and the two output streams. The console UI creates it
+/// from argument 0 and deletes it in its destructor; everything else of the
+/// console UI reads and writes it through its accessors.
+///
+/// The process name is the part of argument 0 after its last "/" (all of it
+/// when there is none), at most 25 characters, then cut at its first ".":
+/// "/usr/local/bin/mytool.exe" gives "mytool" (length 6).
+///
+/// Streams: normal displays go to the output stream (standard output at
+/// first), error displays to the error stream (standard error at first).
+/// setOutputStream() redirects BOTH; quiet mode sends both to "/dev/null" and
+/// then ignores setOutputStream(); forceOutputStream() overrides quiet mode
+/// for the copyright display and puts standard error back as the error
+/// stream.
+///
+/// Choices made here:
+///   - The no-usage marker is a fixed empty text of the library; getUsage()
+///     returns it when no usage is set, and hasUsage() tells it apart from
+///     every copied usage string (also from a copied empty one).
+///   - The quiet-mode stream is owned separately from the stream pointers: it
+///     stays alive after forceOutputStream() and is released by the
+///     destructor in every case, so it never leaks. A second setQuietMode()
+///     reuses it. Should "/dev/null" fail to open, the stream is in its
+///     failed state and swallows all output just the same.
+///   - A null argv0 gives the empty process name. A null usage sets the
+///     no-usage marker, a null help no help text.
+///
+/// Ownership: the usage and help copies are made with kivMalloc and released
+/// with kivFree; the streams handed in are not owned and must outlive their
+/// use here. Failure: allocation throws KivClExceptionFatal when memory is
+/// exhausted (kiv_memmgr.hpp), leaving the object unchanged; nothing else
+/// fails. Thread safety: none; one console UI per process, used from its main
+/// thread.
 #ifndef KIV_CONUIPARAMS_HPP
 #define KIV_CONUIPARAMS_HPP
 

@@ -1,74 +1,79 @@
-// KIV Library: code-page converters.
-//
-// A converter turns bytes of one code page (named by its CCSID,
-// kiv_ccsid.hpp) into bytes of another. Every conversion goes through UCS-2
-// in host byte order:
-//   KivClCodePage2UnicodeConverter    the given CCSID  -> UCS-2 (13488)
-//   KivClUnicode2CodePageConverter    UCS-2 (13488)    -> the given CCSID
-//   KivClCodePage2CodePageConverter   source CCSID     -> target CCSID, the
-//                                     two halves chained through an
-//                                     intermediate buffer
-//   KivClCodePage2UTF8Converter       the given CCSID  -> UTF-8 (1208)
-//
-// When it is constructed, a converter chooses once the one conversion method
-// that serves its pair, in this order of preference: copying or swapping
-// UCS-2, a built-in algorithm, a built-in table, an ICU converter, and last
-// the system's iconv. A conversion then only calls that method. A pair that
-// nothing serves keeps the method kivConvertError: isSupported() is false
-// and every conversion returns 0 with CPCONVERTER_UNSUPPORTED.
-//
-// To UCS-2:   65500 swap; 1200, 13488, 17584, 61955, 65501 copy; 1208 UTF-8;
-//             then, with 5026 read as 930, 5035 as 939, 938 as 948, 936 as
-//             1386, 5488 and 18030 as 1392 and 954 as 33722: a single-byte
-//             table, a double-byte table, ICU, iconv.
-// From UCS-2: 819 by algorithm; 500 and 850 by table; 1200, 13488, 17584,
-//             61955, 65501 copy; 1208 UTF-8; 65500 swap; then, with 5488
-//             and 18030 read as 1392: ICU, iconv.
-// iconv is opened with the names of the CCSID table ("850", "UCS-2", ...).
-// When ICU cannot open a code page, its refusal (for example
-// ICU_FILE_ACCESS_ERROR) stays in the error record until the first
-// conversion clears it, whatever method is chosen after it.
-//
-// Errors: a conversion returns the number of bytes written to the target
-// and leaves its outcome in the converter's error record, read through
-// getLastError(); every conversion clears the record first. Nothing throws,
-// except a KivClException when ICU answers with a code that the library
-// does not know (kiv_icu.hpp).
-//
-//   id                          class                    set when
-//   CPCONVERTER_UNSUPPORTED     INCONSISTENT_SITUATION   the pair is unsupported
-//   CPCONVERTER_INVALID_SEQ     USER_DATA_ERROR          the source is not valid in its
-//                                                        code page
-//   CPCONVERTER_TOO_BIG         DATA_OUT_OF_BOUNDS       the target is full (ICU reports
-//                                                        this with USER_DATA_ERROR)
-//   CPCONVERTER_INCOMPLETE      USER_DATA_ERROR          the source ends inside a character
-//   CPCONVERTER_BAD_DESCR       INVALID_DATA             the iconv descriptor is invalid
-//   CPCONVERTER_NO_TMP_BUFFER   OUT_OF_MEMORY            the intermediate buffer cannot be
-//                                                        allocated
-//
-// Deliberately unusual, kept so:
-//   - A character that does not fit into a full target counts as consumed:
-//     the source pointer is already past it. Resuming loses that character.
-//   - Several methods (tables, UCS-2 to 819) do not look at the target size;
-//     give them getMaximumSizeForSize(source size) bytes.
-//   - A source of UCS-2 in host order, or a target of it, skips the
-//     intermediate buffer of the code page to code page converter.
-//   - Copying and swapping UCS-2 stop at the smaller of source and target
-//     without an error (an odd count is CPCONVERTER_INCOMPLETE).
-//
-// Choices made here where the rules leave room:
-//   - The iconv method brings its descriptor back to the initial state after
-//     a complete conversion, writing the closing shift sequence a stateful
-//     code page needs, so that every conversion starts afresh as with ICU.
-//   - From UCS-2 through ICU, an odd last byte is CPCONVERTER_INCOMPLETE.
-//   - The code page to code page converter resumes after a full target
-//     without losing text (see its class).
-//
-// Ownership: a converter owns its iconv descriptor, its ICU converter and
-// its intermediate buffer (taken from the memory manager); deinit() and the
-// destructor give them back. Converters cannot be copied. Thread safety: a
-// converter must not be used by two threads at once (its error record and
-// buffer are per object); different converters are independent.
+/// \file
+/// KIV Library: code-page converters.
+///
+/// A converter turns bytes of one code page (named by its CCSID,
+/// kiv_ccsid.hpp) into bytes of another. Every conversion goes through UCS-2
+/// in host byte order:
+/// ~~~
+///   KivClCodePage2UnicodeConverter    the given CCSID  -> UCS-2 (13488)
+///   KivClUnicode2CodePageConverter    UCS-2 (13488)    -> the given CCSID
+///   KivClCodePage2CodePageConverter   source CCSID     -> target CCSID, the
+///                                     two halves chained through an
+///                                     intermediate buffer
+///   KivClCodePage2UTF8Converter       the given CCSID  -> UTF-8 (1208)
+/// ~~~
+///
+/// When it is constructed, a converter chooses once the one conversion method
+/// that serves its pair, in this order of preference: copying or swapping
+/// UCS-2, a built-in algorithm, a built-in table, an ICU converter, and last
+/// the system's iconv. A conversion then only calls that method. A pair that
+/// nothing serves keeps the method kivConvertError: isSupported() is false
+/// and every conversion returns 0 with CPCONVERTER_UNSUPPORTED.
+///
+/// To UCS-2:   65500 swap; 1200, 13488, 17584, 61955, 65501 copy; 1208 UTF-8;
+///             then, with 5026 read as 930, 5035 as 939, 938 as 948, 936 as
+///             1386, 5488 and 18030 as 1392 and 954 as 33722: a single-byte
+///             table, a double-byte table, ICU, iconv.
+/// From UCS-2: 819 by algorithm; 500 and 850 by table; 1200, 13488, 17584,
+///             61955, 65501 copy; 1208 UTF-8; 65500 swap; then, with 5488
+///             and 18030 read as 1392: ICU, iconv.
+/// iconv is opened with the names of the CCSID table ("850", "UCS-2", ...).
+/// When ICU cannot open a code page, its refusal (for example
+/// ICU_FILE_ACCESS_ERROR) stays in the error record until the first
+/// conversion clears it, whatever method is chosen after it.
+///
+/// Errors: a conversion returns the number of bytes written to the target
+/// and leaves its outcome in the converter's error record, read through
+/// getLastError(); every conversion clears the record first. Nothing throws,
+/// except a KivClException when ICU answers with a code that the library
+/// does not know (kiv_icu.hpp).
+///
+/// ~~~
+///   id                          class                    set when
+///   CPCONVERTER_UNSUPPORTED     INCONSISTENT_SITUATION   the pair is unsupported
+///   CPCONVERTER_INVALID_SEQ     USER_DATA_ERROR          the source is not valid in its
+///                                                        code page
+///   CPCONVERTER_TOO_BIG         DATA_OUT_OF_BOUNDS       the target is full (ICU reports
+///                                                        this with USER_DATA_ERROR)
+///   CPCONVERTER_INCOMPLETE      USER_DATA_ERROR          the source ends inside a character
+///   CPCONVERTER_BAD_DESCR       INVALID_DATA             the iconv descriptor is invalid
+///   CPCONVERTER_NO_TMP_BUFFER   OUT_OF_MEMORY            the intermediate buffer cannot be
+///                                                        allocated
+/// ~~~
+///
+/// Deliberately unusual, kept so:
+///   - A character that does not fit into a full target counts as consumed:
+///     the source pointer is already past it. Resuming loses that character.
+///   - Several methods (tables, UCS-2 to 819) do not look at the target size;
+///     give them getMaximumSizeForSize(source size) bytes.
+///   - A source of UCS-2 in host order, or a target of it, skips the
+///     intermediate buffer of the code page to code page converter.
+///   - Copying and swapping UCS-2 stop at the smaller of source and target
+///     without an error (an odd count is CPCONVERTER_INCOMPLETE).
+///
+/// Choices made here where the rules leave room:
+///   - The iconv method brings its descriptor back to the initial state after
+///     a complete conversion, writing the closing shift sequence a stateful
+///     code page needs, so that every conversion starts afresh as with ICU.
+///   - From UCS-2 through ICU, an odd last byte is CPCONVERTER_INCOMPLETE.
+///   - The code page to code page converter resumes after a full target
+///     without losing text (see its class).
+///
+/// Ownership: a converter owns its iconv descriptor, its ICU converter and
+/// its intermediate buffer (taken from the memory manager); deinit() and the
+/// destructor give them back. Converters cannot be copied. Thread safety: a
+/// converter must not be used by two threads at once (its error record and
+/// buffer are per object); different converters are independent.
 #ifndef KIV_CONVERTER_HPP
 #define KIV_CONVERTER_HPP
 
@@ -157,16 +162,21 @@ class KIV_EXPORT KivClConverterABase {
   /// conversion may do this (when it cannot get its buffer), so it is const.
   void setConverterError() const noexcept;
 
-  /// The UCS-2 byte-order marks as NUL-terminated two-byte texts: FE FF
-  /// (big-endian), FF FE (little-endian) and the mark of the host order
-  /// (little-endian on every host the library runs on).
+  /// The big-endian UCS-2 byte-order mark, FE FF, as a NUL-terminated
+  /// two-byte text in constant storage.
   static const char* getUCS2BigEndianId() noexcept;
+  /// The little-endian UCS-2 byte-order mark, FF FE, as a NUL-terminated
+  /// two-byte text in constant storage.
   static const char* getUCS2LittleEndianId() noexcept;
+  /// The byte-order mark of the host's order: the same text as
+  /// getUCS2LittleEndianId(), since every host the library runs on is
+  /// little-endian.
   static const char* getUCS2HostEndianId() noexcept;
-  /// Whether `id` begins with the big-endian (FE FF) resp. little-endian
-  /// (FF FE) mark; false for null. `id` must hold two bytes or end (NUL)
-  /// before them.
+  /// Whether `id` begins with the big-endian mark FE FF; false for null.
+  /// `id` must hold two bytes or end (NUL) before them.
   static bool isUCS2BigEndianId(const char* id) noexcept;
+  /// Whether `id` begins with the little-endian mark FF FE; false for null.
+  /// `id` must hold two bytes or end (NUL) before them.
   static bool isUCS2LittleEndianId(const char* id) noexcept;
 
   /// Decodes the one UTF-8 sequence at `p` with no bounds or validity
@@ -211,6 +221,9 @@ class KIV_EXPORT KivClConverterABase {
 /// Converts the given CCSID to UCS-2 in host byte order (13488).
 class KIV_EXPORT KivClCodePage2UnicodeConverter : public KivClConverterABase {
  public:
+  /// A converter from `source` to 13488 that chooses its method at once
+  /// (see the banner). When nothing serves `source`, isSupported() is false;
+  /// when ICU refused it, ICU's error stays in the error record.
   explicit KivClCodePage2UnicodeConverter(const KivClCCSID& source);
   /// Releases the current method (deinit()), takes `source` as the new
   /// source CCSID and chooses the method again, so that one object serves
@@ -225,6 +238,9 @@ class KIV_EXPORT KivClCodePage2UnicodeConverter : public KivClConverterABase {
 /// Converts UCS-2 in host byte order (13488) to the given CCSID.
 class KIV_EXPORT KivClUnicode2CodePageConverter : public KivClConverterABase {
  public:
+  /// A converter from 13488 to `target` that chooses its method at once
+  /// (see the banner). When nothing serves `target`, isSupported() is false;
+  /// when ICU refused it, ICU's error stays in the error record.
   explicit KivClUnicode2CodePageConverter(const KivClCCSID& target);
   /// 5 x length for UTF-8, 4 x length for 1392, else 2 x length.
   unsigned long getMaximumSizeForLength(unsigned long length) const override;
@@ -254,6 +270,9 @@ class KIV_EXPORT KivClUnicode2CodePageConverter : public KivClConverterABase {
 /// rest waits for the next call.
 class KIV_EXPORT KivClCodePage2CodePageConverter : public KivClCodePage2UnicodeConverter {
  public:
+  /// Chooses the methods of both halves at once: `source` to UCS-2 in the
+  /// base part, UCS-2 to `target` in the member converter. The intermediate
+  /// buffer is taken at the first conversion that needs it.
   KivClCodePage2CodePageConverter(const KivClCCSID& source, const KivClCCSID& target);
   /// Frees the intermediate buffer.
   ~KivClCodePage2CodePageConverter() override;
@@ -306,18 +325,22 @@ class KIV_EXPORT KivClCodePage2CodePageConverter : public KivClCodePage2UnicodeC
 /// Converts the given CCSID to UTF-8 (1208).
 class KIV_EXPORT KivClCodePage2UTF8Converter : public KivClCodePage2CodePageConverter {
  public:
+  /// The code page to code page converter from `source` to 1208.
   explicit KivClCodePage2UTF8Converter(const KivClCCSID& source);
 };
 
-/// The conversion methods. Each converts the record's source into its
-/// target, advances `*record.ppSource` past what it consumed, returns the
-/// bytes written and reports trouble in the record's converter.
-///
-/// Algorithms (no table needed). UCS-2 is in host byte order. None of them
-/// allocates; none writes a byte behind the bytes it reports.
-///
-/// Copies min(source size, target size) bytes; an odd count loses its last
-/// byte and sets CPCONVERTER_INCOMPLETE (USER_DATA_ERROR).
+/// \name Conversion methods
+/// Each converts the record's source into its target, advances
+/// `*record.ppSource` past what it consumed, returns the bytes written and
+/// reports trouble in the record's converter. UCS-2 is in host byte order.
+/// A converter chooses one of them when it is made; a caller rarely calls
+/// one directly.
+/// @{
+
+/// Algorithm: copies min(source size, target size) bytes; an odd count loses
+/// its last byte and sets CPCONVERTER_INCOMPLETE (USER_DATA_ERROR). Like the
+/// other algorithms it needs no table, never allocates and never writes a
+/// byte behind the bytes it reports.
 KIV_EXPORT unsigned long kivConvertByCopying(KivClConverterABase::_KivStConverter& record);
 /// The same, swapping each pair of bytes: big-endian UCS-2 (65500) to host
 /// order and back.
@@ -351,24 +374,67 @@ KIV_EXPORT unsigned long kivConvertByAlgorithmUCS2toUTF8(
 /// byte per unit. An odd source size sets CPCONVERTER_INCOMPLETE.
 KIV_EXPORT unsigned long kivConvertByAlgorithmUCS2to819(
     KivClConverterABase::_KivStConverter& record);
-/// Built-in tables (the method data is the table):
+/// Built-in table (the method data is the table): a single-byte ASCII-based
+/// code page to UCS-2, one unit per source byte. Converts the whole source
+/// and never fails; does not read the target size: the caller gives two
+/// bytes per source byte.
 KIV_EXPORT unsigned long kivConvertByTablesSBCS_ASCIItoUCS2(
     KivClConverterABase::_KivStConverter& record);
+/// Built-in table: a single-byte EBCDIC code page to UCS-2, as the ASCII
+/// method, except that the EBCDIC new line (U+0085) comes out as a line feed
+/// (U+000A).
 KIV_EXPORT unsigned long kivConvertByTablesSBCS_EBCDICtoUCS2(
     KivClConverterABase::_KivStConverter& record);
+/// Built-in table: a double-byte ASCII-based code page to UCS-2. A lead byte
+/// takes the next byte as its trail byte; every other byte is a single-byte
+/// character. A lead byte in the last position takes the byte just behind
+/// the source as its trail byte and consumes it, so the caller's buffer
+/// must hold that byte. A lead byte the table has no data for gives U+FFFD.
+/// Does not read the target size (two bytes per source byte suffice); never
+/// fails.
 KIV_EXPORT unsigned long kivConvertByTablesDBCS_ASCIItoUCS2(
     KivClConverterABase::_KivStConverter& record);
+/// Built-in table: a double-byte EBCDIC code page to UCS-2. Shift-out
+/// (0x0E) and shift-in (0x0F) switch between single- and double-byte
+/// characters; every call starts in single-byte state. The EBCDIC new line
+/// comes out as a line feed. Never reads behind the source: the whole source
+/// counts as consumed, and a source that ends in double-byte state (a lead
+/// byte without its trail byte, or no closing shift-in) sets
+/// CPCONVERTER_INCOMPLETE. Does not read the target size (two bytes per
+/// source byte suffice).
 KIV_EXPORT unsigned long kivConvertByTablesDBCS_EBCDICtoUCS2(
     KivClConverterABase::_KivStConverter& record);
+/// Built-in table: UCS-2 to a single-byte code page, one byte per unit
+/// (a unit the code page lacks gives the code page's substitution byte).
+/// An odd source size sets CPCONVERTER_INCOMPLETE and leaves the last byte
+/// unconsumed. Does not read the target size: the caller gives one byte
+/// per unit.
 KIV_EXPORT unsigned long kivConvertByTablesUCS2toSBCS(KivClConverterABase::_KivStConverter& record);
-/// ICU (the method data is the ICU converter) and iconv:
+/// ICU (the method data is the ICU converter): a code page to UCS-2 in one
+/// ucnv_toUnicode call with flush on, writing whole units up to the target
+/// size. ICU's status goes into the record through the ICU error map
+/// (kiv_icu.hpp), warnings counting as success; a full target is
+/// CPCONVERTER_TOO_BIG, and ICU writes what did not fit on the next call.
 KIV_EXPORT unsigned long kivConvertByAlgorithmIcuToUnicode(
     KivClConverterABase::_KivStConverter& record);
+/// ICU: UCS-2 to a code page in one ucnv_fromUnicode call with flush on, up
+/// to the target size, with the status mapped as for the way to UCS-2. An
+/// odd last byte is left unconsumed and, unless ICU reported an error, set
+/// as CPCONVERTER_INCOMPLETE.
 KIV_EXPORT unsigned long kivConvertByAlgorithmIcuFromUnicode(
     KivClConverterABase::_KivStConverter& record);
+/// The system's iconv (the converter holds the descriptor), up to the target
+/// size. After a complete conversion it brings the descriptor back to its
+/// initial state, writing a closing shift sequence when the code page needs
+/// one. iconv's errno becomes CPCONVERTER_INVALID_SEQ (EILSEQ),
+/// CPCONVERTER_TOO_BIG (E2BIG), CPCONVERTER_INCOMPLETE (EINVAL) or
+/// CPCONVERTER_BAD_DESCR (EBADF); the source pointer stops where iconv
+/// stopped. In a build without iconv it sets CPCONVERTER_BAD_DESCR and
+/// returns 0.
 KIV_EXPORT unsigned long kivConvertByUsingIconv(KivClConverterABase::_KivStConverter& record);
 /// The method of an unsupported pair: sets CPCONVERTER_UNSUPPORTED with
 /// class INCONSISTENT_SITUATION and returns 0.
 KIV_EXPORT unsigned long kivConvertError(KivClConverterABase::_KivStConverter& record);
+/// @}
 
 #endif

@@ -1,74 +1,77 @@
-// KIV Library: directories.
-//
-// A KivClDirectory is a directory in the file system: a KivClLocation
-// (kiv_location.hpp) made absolute and normalised to slash style, with
-// operations that create the directory (with every missing parent), remove
-// it (alone or with its whole tree), make it the current directory, and walk
-// up and down by attaching and detaching components. Relative texts are
-// expanded against the current directory or, for "~/", against "HOME" (see
-// KivClFileABase::expandRelativePath in kiv_fileabase.hpp for the rules).
-//
-// Errors: every operation that can fail returns bool and keeps the reason in
-// the object's last-error record (getLastError()); success clears it. A
-// failing operation leaves the text unchanged, except that create() may have
-// made some of the leading directories before it failed. Nothing throws.
-//
-//   operation                  id                            class
-//   construction, expansion,   DIRECTORY_EXPANSION_FAILED    IO_INVALID_NAME
-//     attachSubDir
-//   construction () when the   DIRECTORY_EXPANSION_FAILED    IO_NOT_EXISTENT
-//     current directory is unknown
-//   create                     DIRECTORY_COULD_NOT_CREATE    IO_NOT_EXISTENT
-//   setAsCurrent               DIRECTORY_COULD_NOT_CHANGE    IO_NOT_EXISTENT
-//   detachLastSubDir,          DIRECTORY_COULD_NOT_DETACH    LOGIC
-//     detachSubDirs
-//   removeAll, remove          DIRECTORY_COULD_NOT_REMOVE    IO_INVALID_NAME when the
-//                                                            directory does not exist,
-//                                                            else IO_STILL_IN_USE
-//
-// Removing a tree (removeAll(true)) walks the directory's entries in the
-// order the system returns them and, deliberately, decides by name what to
-// descend into (see KivClDirectoryWalk::isSubDirectory): a directory whose
-// first or second character is a dot (".git", "a.b") is not descended into
-// but handed to the platform's remove(), which removes it only when it is
-// empty. The first entry that cannot be removed ends the whole removal
-// silently; the final rmdir then fails and reports IO_STILL_IN_USE. The
-// entries "." and ".." are passed over: they are never removed and never end
-// the removal.
-//
-// Choices made here where the rules leave room:
-//   - Tree removal never follows a symbolic link: a link to a directory is
-//     removed as a link, the directory it points to is left alone. An entry
-//     that the walk counts as a directory by its mode bits without being one
-//     (a socket, a device) is removed as an entry, never walked into. Entry
-//     names are used as they are, never expanded, so a directory named
-//     "ab.." is removed as such and never taken for the parent.
-//   - The default constructor reports DIRECTORY_EXPANSION_FAILED /
-//     IO_NOT_EXISTENT and keeps the empty text when the current directory
-//     cannot be determined (it was removed, or its name is longer than 4096
-//     characters). create() on the empty text fails.
-//   - attachSubDir() turns the "\" of the attached text into "/", as every
-//     constructor does, and fails (text unchanged) when the result would be
-//     longer than 4096 characters.
-//   - detachLastSubDir() also fails with DIRECTORY_COULD_NOT_DETACH / LOGIC
-//     when the text has no component to remove (the empty text).
-//   - create(mode, mask) uses only the permission bits (0777) of the mask.
-//   - A race in create(): a directory that appears between the existence
-//     test and mkdir (EEXIST) counts as created.
-//   - The time queries pass the text without its trailing "/", except for the
-//     root "/", which is passed as it is.
-//
-// Deliberately unusual, kept so:
-//   - create() tests each prefix only for existence: when the last component
-//     exists as a file, create() succeeds.
-//   - isDirectory() is always true and isFile() always false, whatever the
-//     file system holds.
-//
-// Ownership: no heap memory; the text lives in the object. Tree removal
-// allocates one walker per directory level through the memory manager
-// (which throws KivClExceptionFatal when memory is exhausted).
-// Thread safety: an object must not be used by two threads at once; the
-// current directory and "HOME" are process-wide.
+/// \file
+/// KIV Library: directories.
+///
+/// A KivClDirectory is a directory in the file system: a KivClLocation
+/// (kiv_location.hpp) made absolute and normalised to slash style, with
+/// operations that create the directory (with every missing parent), remove
+/// it (alone or with its whole tree), make it the current directory, and walk
+/// up and down by attaching and detaching components. Relative texts are
+/// expanded against the current directory or, for "~/", against "HOME" (see
+/// KivClFileABase::expandRelativePath in kiv_fileabase.hpp for the rules).
+///
+/// Errors: every operation that can fail returns bool and keeps the reason in
+/// the object's last-error record (getLastError()); success clears it. A
+/// failing operation leaves the text unchanged, except that create() may have
+/// made some of the leading directories before it failed. Nothing throws.
+///
+/// ~~~
+///   operation                  id                            class
+///   construction, expansion,   DIRECTORY_EXPANSION_FAILED    IO_INVALID_NAME
+///     attachSubDir
+///   construction () when the   DIRECTORY_EXPANSION_FAILED    IO_NOT_EXISTENT
+///     current directory is unknown
+///   create                     DIRECTORY_COULD_NOT_CREATE    IO_NOT_EXISTENT
+///   setAsCurrent               DIRECTORY_COULD_NOT_CHANGE    IO_NOT_EXISTENT
+///   detachLastSubDir,          DIRECTORY_COULD_NOT_DETACH    LOGIC
+///     detachSubDirs
+///   removeAll, remove          DIRECTORY_COULD_NOT_REMOVE    IO_INVALID_NAME when the
+///                                                            directory does not exist,
+///                                                            else IO_STILL_IN_USE
+/// ~~~
+///
+/// Removing a tree (removeAll(true)) walks the directory's entries in the
+/// order the system returns them and, deliberately, decides by name what to
+/// descend into (see KivClDirectoryWalk::isSubDirectory): a directory whose
+/// first or second character is a dot (".git", "a.b") is not descended into
+/// but handed to the platform's remove(), which removes it only when it is
+/// empty. The first entry that cannot be removed ends the whole removal
+/// silently; the final rmdir then fails and reports IO_STILL_IN_USE. The
+/// entries "." and ".." are passed over: they are never removed and never end
+/// the removal.
+///
+/// Choices made here where the rules leave room:
+///   - Tree removal never follows a symbolic link: a link to a directory is
+///     removed as a link, the directory it points to is left alone. An entry
+///     that the walk counts as a directory by its mode bits without being one
+///     (a socket, a device) is removed as an entry, never walked into. Entry
+///     names are used as they are, never expanded, so a directory named
+///     "ab.." is removed as such and never taken for the parent.
+///   - The default constructor reports DIRECTORY_EXPANSION_FAILED /
+///     IO_NOT_EXISTENT and keeps the empty text when the current directory
+///     cannot be determined (it was removed, or its name is longer than 4096
+///     characters). create() on the empty text fails.
+///   - attachSubDir() turns the `\` of the attached text into "/", as every
+///     constructor does, and fails (text unchanged) when the result would be
+///     longer than 4096 characters.
+///   - detachLastSubDir() also fails with DIRECTORY_COULD_NOT_DETACH / LOGIC
+///     when the text has no component to remove (the empty text).
+///   - create(mode, mask) uses only the permission bits (0777) of the mask.
+///   - A race in create(): a directory that appears between the existence
+///     test and mkdir (EEXIST) counts as created.
+///   - The time queries pass the text without its trailing "/", except for the
+///     root "/", which is passed as it is.
+///
+/// Deliberately unusual, kept so:
+///   - create() tests each prefix only for existence: when the last component
+///     exists as a file, create() succeeds.
+///   - isDirectory() is always true and isFile() always false, whatever the
+///     file system holds.
+///
+/// Ownership: no heap memory; the text lives in the object. Tree removal
+/// allocates one walker per directory level through the memory manager
+/// (which throws KivClExceptionFatal when memory is exhausted).
+/// Thread safety: an object must not be used by two threads at once; the
+/// current directory and "HOME" are process-wide.
 #ifndef KIV_DIRECTORY_HPP
 #define KIV_DIRECTORY_HPP
 
@@ -86,18 +89,19 @@ class KIV_EXPORT KivClDirectory : public KivClFileABase {
   /// for a current directory that cannot be determined.
   KivClDirectory() noexcept;
 
-  /// The location made from `text` with normalising ("\" becomes "/"),
+  /// The location made from `text` with normalising (`\` becomes "/"),
   /// error cleared, then expanded when it is relative.
   /// Error: DIRECTORY_EXPANSION_FAILED / IO_INVALID_NAME (text kept as given).
   explicit KivClDirectory(const char* text) noexcept;
 
-  /// A copy of `location` with every "\" of its path turned into "/" and its
+  /// A copy of `location` with every `\` of its path turned into "/" and its
   /// style determined again, then expanded when it is relative.
   /// Error: as the constructor from a text.
   explicit KivClDirectory(const KivClLocation& location) noexcept;
 
   /// A copy: same text, same last error.
   KivClDirectory(const KivClDirectory& other) noexcept;
+  /// Takes the text and the last error of `other`.
   KivClDirectory& operator=(const KivClDirectory& other) noexcept;
   ~KivClDirectory() override;
 

@@ -1,53 +1,58 @@
-// KIV Library: walking the entries of one directory.
-//
-// A KivClDirectoryWalk visits the entries of one directory in the order in
-// which the system returns them, one at a time, and answers questions about
-// the current entry from a stat of it (symbolic links are followed). The
-// entries "." and ".." are visited like all others; callers pass over them
-// with the tests below. The walk is a thin handle over a platform walker
-// that it allocates through the memory manager.
-//
-// The entry tests decide by NAME, deliberately, and must stay so:
-//   isSubDirectory     a directory whose first character is not "." and whose
-//                      second character is not ".": "src" is one; ".", "..",
-//                      ".git" and "a.b" are not;
-//   isParentDirectory  a directory whose name starts with "..";
-//   isCurrentDirectory a directory whose name is exactly ".";
-//   isHidden           a regular file whose name starts with "."; directories
-//                      are never hidden.
-// "A directory" is an entry whose mode has the bit 0x4000, "a regular file"
-// one whose mode has the bit 0x8000. These are single bits, not the file
-// type as a whole, and stay so: a socket (type 0xC000) counts as both (a
-// socket named ".s" is a directory and hidden), a block device (0x6000) as a
-// directory.
-// Tree removal (KivClDirectory::removeAll) relies on these rules.
-//
-// Errors go into the walk's own record (getLastError()):
-//   DIRWALK_COULD_NOT_INIT / IO_PROBLEM    the directory cannot be opened; the
-//                                          walk is not valid from the start
-//   DIRWALK_NO_CONTINUATION / IO_PROBLEM   reading failed in the middle
-// The end of the directory is not an error. Nothing is thrown, except
-// KivClExceptionFatal by the constructors when no memory is left for the
-// walker.
-//
-// Choices made here where the rules leave room:
-//   - The path buffer holds 4096 + 1 + 256 bytes: any directory text of a
-//     location followed by any entry name the system can return.
-//   - Each entry is looked at with fstatat() relative to the open directory,
-//     which names the same entry as stat() of the full path but does not
-//     resolve the directory's path again for every entry.
-//   - An entry whose stat fails (a dangling link) has the mode 0: it is
-//     neither a directory nor a regular file, and isReadOnly() is true.
-//   - When the walk is not valid (not started or ended), the name is the
-//     empty text, the full path is the directory text, and every entry test
-//     except isReadOnly() is false.
-//   - The directory is opened with O_CLOEXEC, so a launched process does not
-//     inherit it.
-//
-// Ownership: the walk owns its walker and the open directory; both are
-// released by the destructor. The texts returned point into the walker and
-// change with each step. A walk cannot be copied. Thread safety: one walk
-// must not be used by two threads at once; separate walks are independent.
+/// \file
+/// KIV Library: walking the entries of one directory.
+///
+/// A KivClDirectoryWalk visits the entries of one directory in the order in
+/// which the system returns them, one at a time, and answers questions about
+/// the current entry from a stat of it (symbolic links are followed). The
+/// entries "." and ".." are visited like all others; callers pass over them
+/// with the tests below. The walk is a thin handle over a platform walker
+/// that it allocates through the memory manager.
+///
+/// The entry tests decide by NAME, deliberately, and must stay so:
+/// ~~~
+///   isSubDirectory     a directory whose first character is not "." and whose
+///                      second character is not ".": "src" is one; ".", "..",
+///                      ".git" and "a.b" are not;
+///   isParentDirectory  a directory whose name starts with "..";
+///   isCurrentDirectory a directory whose name is exactly ".";
+///   isHidden           a regular file whose name starts with "."; directories
+///                      are never hidden.
+/// ~~~
+/// "A directory" is an entry whose mode has the bit 0x4000, "a regular file"
+/// one whose mode has the bit 0x8000. These are single bits, not the file
+/// type as a whole, and stay so: a socket (type 0xC000) counts as both (a
+/// socket named ".s" is a directory and hidden), a block device (0x6000) as a
+/// directory.
+/// Tree removal (KivClDirectory::removeAll) relies on these rules.
+///
+/// Errors go into the walk's own record (getLastError()):
+/// ~~~
+///   DIRWALK_COULD_NOT_INIT / IO_PROBLEM    the directory cannot be opened; the
+///                                          walk is not valid from the start
+///   DIRWALK_NO_CONTINUATION / IO_PROBLEM   reading failed in the middle
+/// ~~~
+/// The end of the directory is not an error. Nothing is thrown, except
+/// KivClExceptionFatal by the constructors when no memory is left for the
+/// walker.
+///
+/// Choices made here where the rules leave room:
+///   - The path buffer holds 4096 + 1 + 256 bytes: any directory text of a
+///     location followed by any entry name the system can return.
+///   - Each entry is looked at with fstatat() relative to the open directory,
+///     which names the same entry as stat() of the full path but does not
+///     resolve the directory's path again for every entry.
+///   - An entry whose stat fails (a dangling link) has the mode 0: it is
+///     neither a directory nor a regular file, and isReadOnly() is true.
+///   - When the walk is not valid (not started or ended), the name is the
+///     empty text, the full path is the directory text, and every entry test
+///     except isReadOnly() is false.
+///   - The directory is opened with O_CLOEXEC, so a launched process does not
+///     inherit it.
+///
+/// Ownership: the walk owns its walker and the open directory; both are
+/// released by the destructor. The texts returned point into the walker and
+/// change with each step. A walk cannot be copied. Thread safety: one walk
+/// must not be used by two threads at once; separate walks are independent.
 #ifndef KIV_DIRWALK_HPP
 #define KIV_DIRWALK_HPP
 

@@ -1,45 +1,46 @@
-// KIV Library: dynamic libraries.
-//
-// A KivClDllFile is a shared library that is loaded when the object is made
-// and unloaded when it is destroyed. Its name is completed like an
-// executable's (kiv_exefile.hpp), with the default extension ".so" and a
-// search along "LD_LIBRARY_PATH" (not in the current directory first):
-//
-//   1. "plugin" becomes "plugin.so"; a name without directory is searched
-//      along "LD_LIBRARY_PATH" as read NOW from the process environment (the
-//      system's own loader reads that variable only at program start, so a
-//      value set later is honoured through this search alone).
-//   2. The library is loaded: dlopen(name, RTLD_NOW).
-//   3. When that failed, the completed name does not exist, the given name
-//      had no extension and the ".so" was added: the extension is removed
-//      again, the bare name is searched along "LD_LIBRARY_PATH" once more,
-//      and the library is loaded a second time. So "plugin" also finds a
-//      file named "plugin" without extension.
-// A name that still has no directory after the search is given to dlopen as
-// it is, which then searches the system's library directories.
-//
-// Failure is silent, on purpose: no error record is set and the platform's
-// error text is not consulted. A library that could not be loaded shows only
-// as a null handle; getProcedure then answers null for every symbol and
-// kivDllProcLoaderOpen returns null.
-//
-// Choices made here where the rules leave room:
-//   - load() of an object that is already loaded opens the library again and
-//     releases the previous handle afterwards, so every handle is closed
-//     exactly once. The handle is owned by the object (closed by the
-//     destructor); objects cannot be copied.
-//   - load() of an empty name fails without calling dlopen (dlopen would
-//     take the empty text for the main program).
-//   - kivDllProcLoaderOpen of a null or empty name returns null;
-//     kivDllProcLoaderGetProcedure with a null handle returns null.
-//
-// Ownership: the object owns its dlopen handle; procedures found through it
-// are valid while the object lives. A handle of kivDllProcLoaderOpen is a
-// KivClDllProcLoaderFile allocated through the memory manager: release it
-// with kivDllProcLoaderClose and nothing else. Exceptions: only allocation
-// failure (KivClExceptionFatal from kivDllProcLoaderOpen); the other flat
-// functions never throw. Thread safety: the platform's loader is
-// thread-safe; an object must not be used by two threads at once.
+/// \file
+/// KIV Library: dynamic libraries.
+///
+/// A KivClDllFile is a shared library that is loaded when the object is made
+/// and unloaded when it is destroyed. Its name is completed like an
+/// executable's (kiv_exefile.hpp), with the default extension ".so" and a
+/// search along "LD_LIBRARY_PATH" (not in the current directory first):
+///
+///   1. "plugin" becomes "plugin.so"; a name without directory is searched
+///      along "LD_LIBRARY_PATH" as read NOW from the process environment (the
+///      system's own loader reads that variable only at program start, so a
+///      value set later is honoured through this search alone).
+///   2. The library is loaded: dlopen(name, RTLD_NOW).
+///   3. When that failed, the completed name does not exist, the given name
+///      had no extension and the ".so" was added: the extension is removed
+///      again, the bare name is searched along "LD_LIBRARY_PATH" once more,
+///      and the library is loaded a second time. So "plugin" also finds a
+///      file named "plugin" without extension.
+/// A name that still has no directory after the search is given to dlopen as
+/// it is, which then searches the system's library directories.
+///
+/// Failure is silent, on purpose: no error record is set and the platform's
+/// error text is not consulted. A library that could not be loaded shows only
+/// as a null handle; getProcedure then answers null for every symbol and
+/// kivDllProcLoaderOpen returns null.
+///
+/// Choices made here where the rules leave room:
+///   - load() of an object that is already loaded opens the library again and
+///     releases the previous handle afterwards, so every handle is closed
+///     exactly once. The handle is owned by the object (closed by the
+///     destructor); objects cannot be copied.
+///   - load() of an empty name fails without calling dlopen (dlopen would
+///     take the empty text for the main program).
+///   - kivDllProcLoaderOpen of a null or empty name returns null;
+///     kivDllProcLoaderGetProcedure with a null handle returns null.
+///
+/// Ownership: the object owns its dlopen handle; procedures found through it
+/// are valid while the object lives. A handle of kivDllProcLoaderOpen is a
+/// KivClDllProcLoaderFile allocated through the memory manager: release it
+/// with kivDllProcLoaderClose and nothing else. Exceptions: only allocation
+/// failure (KivClExceptionFatal from kivDllProcLoaderOpen); the other flat
+/// functions never throw. Thread safety: the platform's loader is
+/// thread-safe; an object must not be used by two threads at once.
 #ifndef KIV_DLL_HPP
 #define KIV_DLL_HPP
 

@@ -1,32 +1,33 @@
-// KIV Library: environment variables.
-//
-// Small value classes that name one environment variable of the current
-// process and read, test, set, extend or remove it. Reading goes to the
-// process environment on every call; nothing is cached, so a query always
-// sees the current value, whoever set it.
-//
-// Ownership: setting a variable composes the text "name=value" in the
-// object's own assignment buffer and hands that buffer to putenv, which
-// does NOT copy it: the process environment keeps a pointer into the
-// KivClEnvironmentVariable object. While the object lives, the variable
-// therefore changes whenever the object sets it again. Objects that set a
-// variable for the rest of the process are made to live that long (for
-// example as statics). When such an object is destroyed while the
-// environment still points into it, its destructor hands the variable over
-// to the environment's own storage (setenv with the same value), so the
-// value stays and the environment never points at freed storage. Values
-// returned by getValue() point into the environment: they stay valid only
-// until the variable is next changed (by anyone).
-//
-// Names: at most 40 characters (KIV_ENVVAR_NAME_MAX). A null name or a
-// longer one is not truncated (that would name a different variable): the
-// object keeps the empty name instead, has no value and refuses to set
-// anything. A name holding "=" can be read but not set.
-//
-// Failure: setNewValue, appendValue and resetValue return false when the
-// environment refused the change or the name or value does not fit;
-// nothing throws. Thread safety: none; the process environment is shared,
-// so change it only while no other thread reads or writes it.
+/// \file
+/// KIV Library: environment variables.
+///
+/// Small value classes that name one environment variable of the current
+/// process and read, test, set, extend or remove it. Reading goes to the
+/// process environment on every call; nothing is cached, so a query always
+/// sees the current value, whoever set it.
+///
+/// Ownership: setting a variable composes the text "name=value" in the
+/// object's own assignment buffer and hands that buffer to putenv, which
+/// does NOT copy it: the process environment keeps a pointer into the
+/// KivClEnvironmentVariable object. While the object lives, the variable
+/// therefore changes whenever the object sets it again. Objects that set a
+/// variable for the rest of the process are made to live that long (for
+/// example as statics). When such an object is destroyed while the
+/// environment still points into it, its destructor hands the variable over
+/// to the environment's own storage (setenv with the same value), so the
+/// value stays and the environment never points at freed storage. Values
+/// returned by getValue() point into the environment: they stay valid only
+/// until the variable is next changed (by anyone).
+///
+/// Names: at most 40 characters (KIV_ENVVAR_NAME_MAX). A null name or a
+/// longer one is not truncated (that would name a different variable): the
+/// object keeps the empty name instead, has no value and refuses to set
+/// anything. A name holding "=" can be read but not set.
+///
+/// Failure: setNewValue, appendValue and resetValue return false when the
+/// environment refused the change or the name or value does not fit;
+/// nothing throws. Thread safety: none; the process environment is shared,
+/// so change it only while no other thread reads or writes it.
 #ifndef KIV_ENVVAR_HPP
 #define KIV_ENVVAR_HPP
 
@@ -67,7 +68,9 @@ class KIV_EXPORT KivClEnvironmentVariableABase {
  protected:
   /// Copies the name (see initName).
   explicit KivClEnvironmentVariableABase(const char* name);
+  /// Copies the name.
   KivClEnvironmentVariableABase(const KivClEnvironmentVariableABase& other) = default;
+  /// Copies the name.
   KivClEnvironmentVariableABase& operator=(const KivClEnvironmentVariableABase& other) = default;
 
   /// Copies `name` into the name buffer. A null name or one longer than
@@ -91,6 +94,10 @@ class KIV_EXPORT KivClEnvironmentVariable : public KivClEnvironmentVariableABase
   /// the environment never points into a copy until the copy itself sets
   /// the variable.
   KivClEnvironmentVariable(const KivClEnvironmentVariable& other);
+  /// When the environment still points into this object, first hands that
+  /// variable over to the environment's own storage with its value (as the
+  /// destructor does); then takes the name and assignment text of `other`
+  /// as a copy does. The environment is not set to `other`'s value.
   KivClEnvironmentVariable& operator=(const KivClEnvironmentVariable& other);
 
   /// When the environment still points into this object, hands the
@@ -134,7 +141,9 @@ class KIV_EXPORT KivClEnvironmentVariableQueryOnly : public KivClEnvironmentVari
   explicit KivClEnvironmentVariableQueryOnly(const char* name);
   /// The variable that `other` names.
   explicit KivClEnvironmentVariableQueryOnly(const KivClEnvironmentVariableABase& other);
+  /// Names the same variable as `other`.
   KivClEnvironmentVariableQueryOnly(const KivClEnvironmentVariableQueryOnly& other) = default;
+  /// Takes the name of `other`.
   KivClEnvironmentVariableQueryOnly& operator=(const KivClEnvironmentVariableQueryOnly& other) =
       default;
   ~KivClEnvironmentVariableQueryOnly() override;

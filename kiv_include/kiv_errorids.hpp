@@ -1,17 +1,18 @@
-// KIV Library: the error vocabulary as lists.
-//
-// The whole library shares one flat space of error ids, and every id, error
-// class, severity and action has a symbolic name that is also its text in
-// the built-in message table. The lists below are the single place where
-// these names, their values and their order are written down; the error
-// header turns them into constants and enumerations, the mapping functions
-// into message ids, and the message table into texts.
-//
-// Each list is an "X macro": it calls X(name, value) once per entry, in the
-// order of the message table. The message id of an entry is the first
-// message id of its list plus its position in the list.
-//
-// Thread safety: constants only.
+/// \file
+/// KIV Library: the error vocabulary as lists.
+///
+/// The whole library shares one flat space of error ids, and every id, error
+/// class, severity and action has a symbolic name that is also its text in
+/// the built-in message table. The lists below are the single place where
+/// these names, their values and their order are written down; the error
+/// header turns them into constants and enumerations, the mapping functions
+/// into message ids, and the message table into texts.
+///
+/// Each list is an "X macro": it calls X(name, value) once per entry, in the
+/// order of the message table. The message id of an entry is the first
+/// message id of its list plus its position in the list.
+///
+/// Thread safety: constants only.
 #ifndef KIV_ERRORIDS_HPP
 #define KIV_ERRORIDS_HPP
 
@@ -139,10 +140,13 @@
   X(ABORT, 8)                    \
   X(PANIC, 10)
 
-/// First message id of each list.
+/// Message id of the first entry of KIV_ERROR_ID_LIST (NO_ERROR).
 #define KIV_ERROR_ID_FIRST_MESSAGE_ID 47
+/// Message id of the first entry of KIV_ERROR_CLASS_LIST (UNKNOWN).
 #define KIV_ERROR_CLASS_FIRST_MESSAGE_ID 106
+/// Message id of the first entry of KIV_ERROR_SEVERITY_LIST (NONE).
 #define KIV_ERROR_SEVERITY_FIRST_MESSAGE_ID 133
+/// Message id of the first entry of KIV_ERROR_ACTION_LIST (IGNORE).
 #define KIV_ERROR_ACTION_FIRST_MESSAGE_ID 141
 
 #endif

@@ -1,17 +1,18 @@
-// KIV Library: exceptions.
-//
-// The library throws only where a failure cannot be reported through an
-// object's error record: exhausted memory and a missing reallocation
-// function (`KivClExceptionFatal`), ICU failures, malformed trace files and
-// a memory pool that cannot grow without an error handler (`KivClException`).
-// Every exception carries a full `_KivStUserError` and the source location
-// of its throw site. Throw by value, catch by reference.
-//
-// Ownership: the cause and module texts are string literals of the throwing
-// code; an exception never copies or frees them, and a copy of an exception
-// shares them. Failure: the destructors and queries never throw (an
-// exception escaping from them terminates the process). Thread safety: an
-// exception object is a value; share it between threads only read-only.
+/// \file
+/// KIV Library: exceptions.
+///
+/// The library throws only where a failure cannot be reported through an
+/// object's error record: exhausted memory and a missing reallocation
+/// function (`KivClExceptionFatal`), ICU failures, malformed trace files and
+/// a memory pool that cannot grow without an error handler (`KivClException`).
+/// Every exception carries a full `_KivStUserError` and the source location
+/// of its throw site. Throw by value, catch by reference.
+///
+/// Ownership: the cause and module texts are string literals of the throwing
+/// code; an exception never copies or frees them, and a copy of an exception
+/// shares them. Failure: the destructors and queries never throw (an
+/// exception escaping from them terminates the process). Thread safety: an
+/// exception object is a value; share it between threads only read-only.
 #ifndef KIV_EXCEPTION_HPP
 #define KIV_EXCEPTION_HPP
 
@@ -20,8 +21,12 @@
 #include "kiv_error.hpp"
 #include "kiv_export.hpp"
 
-/// Turns a number into a string literal (helper of KIV_LOCATION).
+/// Turns its argument, as written, into a string literal (helper of
+/// KIV_STRINGIFY).
 #define KIV_STRINGIFY_(x) #x
+/// Turns its argument into a string literal after expanding it, so that
+/// `KIV_STRINGIFY(__LINE__)` gives the line number as text (helper of
+/// KIV_LOCATION).
 #define KIV_STRINGIFY(x) KIV_STRINGIFY_(x)
 
 /// The location text of a throw site: the source file as the compiler saw
@@ -47,7 +52,9 @@ class KIV_EXPORT KivClExceptionABase {
   /// answers null.
   explicit KivClExceptionABase(const char* cause = "") noexcept
       : m_pszCause(cause != nullptr ? cause : "") {}
+  /// Copies the cause pointer (the text is not owned).
   KivClExceptionABase(const KivClExceptionABase& other) noexcept;
+  /// Copies the cause pointer (the text is not owned).
   KivClExceptionABase& operator=(const KivClExceptionABase& other) noexcept = default;
 
  private:
@@ -73,6 +80,7 @@ class KIV_EXPORT KivClException : public KivClExceptionABase {
 
   /// Copies the two text pointers, the line and the error record.
   KivClException(const KivClException& other) noexcept;
+  /// Copies the two text pointers, the line and the error record.
   KivClException& operator=(const KivClException& other) noexcept = default;
   ~KivClException() noexcept override;
 
@@ -97,7 +105,9 @@ class KIV_EXPORT KivClException : public KivClExceptionABase {
 class KIV_EXPORT KivClExceptionFatal : public KivClException {
  public:
   using KivClException::KivClException;
+  /// Copies the two text pointers, the line and the error record.
   KivClExceptionFatal(const KivClExceptionFatal& other) noexcept;
+  /// Copies the two text pointers, the line and the error record.
   KivClExceptionFatal& operator=(const KivClExceptionFatal& other) noexcept = default;
   ~KivClExceptionFatal() noexcept override;
 };

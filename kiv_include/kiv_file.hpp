@@ -1,55 +1,58 @@
-// KIV Library: files.
-//
-// A KivClFile is a file in the file system, named by a file name
-// (kiv_filename.hpp) that it holds as a value. It answers questions about the
-// file (existence, size, type, hidden, read-only, times) and performs the few
-// operations the library needs: copy, remove, rename and making read-only.
-// It implements KivClFileABase (kiv_fileabase.hpp); executables, message
-// catalogs and INI files derive from it.
-//
-// Errors: copyTo, remove and renameAs return bool and keep the reason in the
-// object's last-error record (getLastError()); success clears it. The name
-// is left unchanged by every failure. Nothing throws.
-//
-//   operation   id                         class
-//   copyTo      FILE_COULD_NOT_COPY_SELF   INCONSISTENT_SITUATION  source and target are the
-//                                                                  same file
-//               FILE_COULD_NOT_COPY        IO_READ_PROBLEM         the source cannot be opened
-//               FILE_COULD_NOT_COPY        IO_WRITE_PROBLEM        the target cannot be opened,
-//                                                                  a write OR A READ failed
-//   remove      FILE_COULD_NOT_REMOVE      IO_NOT_EXISTENT when there is no such file,
-//                                          else IO_PERMISSION_DENIED
-//   renameAs    FILE_COULD_NOT_RENAME      IO_ALREADY_IN_USE when the target exists,
-//                                          else IO_PERMISSION_DENIED
-//
-// Deliberately unusual, kept so:
-//   - A read error during a copy reports IO_WRITE_PROBLEM, like a failed
-//     write. A partly written target is left in place.
-//   - remove() first makes the file writable (setReadOnly(false), mode 0660),
-//     so that read-only files go too; this mode stays when the removal then
-//     fails.
-//   - isDirectory() is always false and isFile() always true, whatever the
-//     file system holds.
-//   - A file name that already has an extension keeps it: the default
-//     extension is only given to names without one.
-//
-// Choices made here where the rules leave room:
-//   - copyTo also refuses, as a self-copy, a target that is the same file
-//     under another name (a hard link, a path through "." or a link), found
-//     by device and inode; truncating it would destroy the source.
-//   - keepMode copies the permission bits (0777) of the source.
-//   - Writes are completed when the system writes part of a chunk; a write
-//     that makes no progress fails the copy. A failing close of the target
-//     also fails the copy (IO_WRITE_PROBLEM). Interrupted calls are retried.
-//   - determineFileInEnvVarPath takes each entry of the variable as it is:
-//     an entry of more than 4096 characters is cut. The variable is read
-//     through KivClEnvironmentVariableQueryOnly, so a name longer than 40
-//     characters names no variable (the search then finds nothing).
-//
-// Ownership: the file name is copied into the object; texts returned point
-// into it. Descriptors opened by copyTo are closed before it returns (and are
-// opened with O_CLOEXEC). Thread safety: an object must not be used by two
-// threads at once; determineFileInEnvVarPath reads the process environment.
+/// \file
+/// KIV Library: files.
+///
+/// A KivClFile is a file in the file system, named by a file name
+/// (kiv_filename.hpp) that it holds as a value. It answers questions about the
+/// file (existence, size, type, hidden, read-only, times) and performs the few
+/// operations the library needs: copy, remove, rename and making read-only.
+/// It implements KivClFileABase (kiv_fileabase.hpp); executables, message
+/// catalogs and INI files derive from it.
+///
+/// Errors: copyTo, remove and renameAs return bool and keep the reason in the
+/// object's last-error record (getLastError()); success clears it. The name
+/// is left unchanged by every failure. Nothing throws.
+///
+/// ~~~
+///   operation   id                         class
+///   copyTo      FILE_COULD_NOT_COPY_SELF   INCONSISTENT_SITUATION  source and target are the
+///                                                                  same file
+///               FILE_COULD_NOT_COPY        IO_READ_PROBLEM         the source cannot be opened
+///               FILE_COULD_NOT_COPY        IO_WRITE_PROBLEM        the target cannot be opened,
+///                                                                  a write OR A READ failed
+///   remove      FILE_COULD_NOT_REMOVE      IO_NOT_EXISTENT when there is no such file,
+///                                          else IO_PERMISSION_DENIED
+///   renameAs    FILE_COULD_NOT_RENAME      IO_ALREADY_IN_USE when the target exists,
+///                                          else IO_PERMISSION_DENIED
+/// ~~~
+///
+/// Deliberately unusual, kept so:
+///   - A read error during a copy reports IO_WRITE_PROBLEM, like a failed
+///     write. A partly written target is left in place.
+///   - remove() first makes the file writable (setReadOnly(false), mode 0660),
+///     so that read-only files go too; this mode stays when the removal then
+///     fails.
+///   - isDirectory() is always false and isFile() always true, whatever the
+///     file system holds.
+///   - A file name that already has an extension keeps it: the default
+///     extension is only given to names without one.
+///
+/// Choices made here where the rules leave room:
+///   - copyTo also refuses, as a self-copy, a target that is the same file
+///     under another name (a hard link, a path through "." or a link), found
+///     by device and inode; truncating it would destroy the source.
+///   - keepMode copies the permission bits (0777) of the source.
+///   - Writes are completed when the system writes part of a chunk; a write
+///     that makes no progress fails the copy. A failing close of the target
+///     also fails the copy (IO_WRITE_PROBLEM). Interrupted calls are retried.
+///   - determineFileInEnvVarPath takes each entry of the variable as it is:
+///     an entry of more than 4096 characters is cut. The variable is read
+///     through KivClEnvironmentVariableQueryOnly, so a name longer than 40
+///     characters names no variable (the search then finds nothing).
+///
+/// Ownership: the file name is copied into the object; texts returned point
+/// into it. Descriptors opened by copyTo are closed before it returns (and are
+/// opened with O_CLOEXEC). Thread safety: an object must not be used by two
+/// threads at once; determineFileInEnvVarPath reads the process environment.
 #ifndef KIV_FILE_HPP
 #define KIV_FILE_HPP
 
@@ -75,6 +78,7 @@ class KIV_EXPORT KivClFile : public KivClFileABase {
 
   /// A copy: same name, same last error.
   KivClFile(const KivClFile& other) noexcept;
+  /// Takes the name and the last error of `other`.
   KivClFile& operator=(const KivClFile& other) noexcept;
   ~KivClFile() override;
 

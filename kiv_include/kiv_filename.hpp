@@ -1,87 +1,90 @@
-// KIV Library: file names, temporary names and backup names.
-//
-// A file name is a value object: the whole name text in a fixed buffer of
-// KIV_PATH_MAX_LENGTH + 1 bytes (at most 4096 characters and the NUL) and
-// pointers into it:
-//   full       start of the text (from KivClPathProperty)
-//   path       start of the path proper, after a server prefix
-//   name       first character of the file's own name (base and extension)
-//   extension  the last "." of the name, or the terminating NUL
-// with full <= path <= name <= extension <= text + length. Comparisons,
-// extraction of parts, renaming of parts, temporary and backup names all
-// work on these pointers. Both name styles of KivClPathProperty are handled
-// (slash style "/" and backslash style "\" with drive letters and server
-// prefixes), decided from the text itself.
-//
-// Part determination, after every change of the text:
-//   - name follows the last "/" of the path proper; only when the path holds
-//     no "/" at all, the last "\"; else name is the path. So in "a/b\c" the
-//     name part is "b\c".
-//   - extension is the last "." at or after name, else the NUL: "a.tar.gz"
-//     has the extension ".gz"; ".profile" has an empty base name and the
-//     extension ".profile"; "/usr/lib/" has an empty name part.
-//
-// Composition (three-part constructors, setNewName, setNewPath, setNew):
-// the directory text is copied first and sets the style and server prefix
-// on its own; the style's separator ("/" or "\") is appended unless the
-// directory is empty or already ends with it; then the name, then "." (if
-// the extension does not begin with one) and the extension. "dir" + "f" +
-// "txt" and "dir/" + "f" + ".txt" both give "dir/f.txt"; "" + "f" gives "f".
-// The style is NOT looked at again after the name is added.
-//
-// Copying copies the text and re-bases every pointer onto the copy's own
-// buffer: a copy never refers to the original. No heap memory is used; a
-// file name lives on the stack and is about 4.1 KB.
-//
-// Choices made here where the rules leave room:
-//   - A null text counts as the empty text everywhere; a null buffer given to
-//     an extract function makes it do nothing (and return false).
-//   - Nothing ever writes past the buffer: every text is cut at 4096
-//     characters. This includes the extension of a composition, the ".bak"
-//     of a backup name and a generated temporary name whose directory leaves
-//     less than 12 characters of room (such a text is longer than the system
-//     accepts as a path anyway).
-//   - An empty extension in a composition counts as no extension ("f", not
-//     "f."). setNewExtension(".") removes the extension like "" does, since
-//     an extension given with or without its dot gives the same result.
-//   - Temporary names: the search for an unused name gives up after
-//     KIV_TMPNAME_MAX_ATTEMPTS draws (every name of a full directory is
-//     taken); the object then holds the last name drawn, which exists, and
-//     isExistent() tells the caller so.
-//   - isStyleFAT_8_3() scans from the path proper on: the server and share
-//     names of a server prefix are not checked against the 8.3 rules.
-//
-// Deliberately unusual, kept so:
-//   - The extension of a temporary name is the process id's last three
-//     decimal digits in REVERSE order: process 12345 gives ".543".
-//   - A temporary name is written over the NAME PART of the composed
-//     directory and prefix, not where the prefix began. A prefix holding a
-//     separator therefore repeats its directory: directory "d" with prefix
-//     "sub/x" gives "d/sub/sub/x" and three random characters; and in a
-//     directory that mixes "/" and "\" ("d/a\b", backslash style) the name
-//     part starts after the last "/", so "d/a\b" with "t" gives "d/t...".
-//   - A backup name appends ".bak" to the whole text without moving the
-//     extension: the extension of "a.txt.bak" reads ".txt.bak", of "a.bak"
-//     made from "a" it reads ".bak".
-//   - setNewExtension keeps the extension where it was written: after
-//     setNewExtension("tar.gz") the extension reads ".tar.gz".
-//   - setNewBaseName with a base that holds a dot: the dot starts the
-//     extension that the old extension then replaces ("x.txt" with base
-//     "a.b" becomes "a.txt").
-//   - isStyleFAT_8_3() is never true for slash-style names.
-//   - A directory of server and share alone ("\\srv\share") has an empty
-//     path proper, which counts as slash style: composing a name after it
-//     adds "/" ("\\srv\share/f").
-//
-// Ownership: every text returned points into the object (or is a constant
-// of the library) and must not be freed; extract functions write into the
-// caller's buffer, which must hold KIV_PATH_MAX_LENGTH + 1 bytes. Failure:
-// nothing here reports an error; overlong input is cut as described, and
-// existence tests answer false for names that cannot be reached. Nothing
-// throws. Thread safety: file names are plain values; kivGetTmpDirectory
-// reads the process environment and the temporary-name constructors read it
-// through kivGetTmpDirectory, so they must not run while another thread
-// changes the environment.
+/// \file
+/// KIV Library: file names, temporary names and backup names.
+///
+/// A file name is a value object: the whole name text in a fixed buffer of
+/// KIV_PATH_MAX_LENGTH + 1 bytes (at most 4096 characters and the NUL) and
+/// pointers into it:
+/// ~~~
+///   full       start of the text (from KivClPathProperty)
+///   path       start of the path proper, after a server prefix
+///   name       first character of the file's own name (base and extension)
+///   extension  the last "." of the name, or the terminating NUL
+/// ~~~
+/// with full <= path <= name <= extension <= text + length. Comparisons,
+/// extraction of parts, renaming of parts, temporary and backup names all
+/// work on these pointers. Both name styles of KivClPathProperty are handled
+/// (slash style "/" and backslash style `\` with drive letters and server
+/// prefixes), decided from the text itself.
+///
+/// Part determination, after every change of the text:
+///   - name follows the last "/" of the path proper; only when the path holds
+///     no "/" at all, the last `\`; else name is the path. So in "a/b\c" the
+///     name part is "b\c".
+///   - extension is the last "." at or after name, else the NUL: "a.tar.gz"
+///     has the extension ".gz"; ".profile" has an empty base name and the
+///     extension ".profile"; "/usr/lib/" has an empty name part.
+///
+/// Composition (three-part constructors, setNewName, setNewPath, setNew):
+/// the directory text is copied first and sets the style and server prefix
+/// on its own; the style's separator ("/" or `\`) is appended unless the
+/// directory is empty or already ends with it; then the name, then "." (if
+/// the extension does not begin with one) and the extension. "dir" + "f" +
+/// "txt" and "dir/" + "f" + ".txt" both give "dir/f.txt"; "" + "f" gives "f".
+/// The style is NOT looked at again after the name is added.
+///
+/// Copying copies the text and re-bases every pointer onto the copy's own
+/// buffer: a copy never refers to the original. No heap memory is used; a
+/// file name lives on the stack and is about 4.1 KB.
+///
+/// Choices made here where the rules leave room:
+///   - A null text counts as the empty text everywhere; a null buffer given to
+///     an extract function makes it do nothing (and return false).
+///   - Nothing ever writes past the buffer: every text is cut at 4096
+///     characters. This includes the extension of a composition, the ".bak"
+///     of a backup name and a generated temporary name whose directory leaves
+///     less than 12 characters of room (such a text is longer than the system
+///     accepts as a path anyway).
+///   - An empty extension in a composition counts as no extension ("f", not
+///     "f."). setNewExtension(".") removes the extension like "" does, since
+///     an extension given with or without its dot gives the same result.
+///   - Temporary names: the search for an unused name gives up after
+///     KIV_TMPNAME_MAX_ATTEMPTS draws (every name of a full directory is
+///     taken); the object then holds the last name drawn, which exists, and
+///     isExistent() tells the caller so.
+///   - isStyleFAT_8_3() scans from the path proper on: the server and share
+///     names of a server prefix are not checked against the 8.3 rules.
+///
+/// Deliberately unusual, kept so:
+///   - The extension of a temporary name is the process id's last three
+///     decimal digits in REVERSE order: process 12345 gives ".543".
+///   - A temporary name is written over the NAME PART of the composed
+///     directory and prefix, not where the prefix began. A prefix holding a
+///     separator therefore repeats its directory: directory "d" with prefix
+///     "sub/x" gives "d/sub/sub/x" and three random characters; and in a
+///     directory that mixes "/" and `\` ("d/a\b", backslash style) the name
+///     part starts after the last "/", so "d/a\b" with "t" gives "d/t...".
+///   - A backup name appends ".bak" to the whole text without moving the
+///     extension: the extension of "a.txt.bak" reads ".txt.bak", of "a.bak"
+///     made from "a" it reads ".bak".
+///   - setNewExtension keeps the extension where it was written: after
+///     setNewExtension("tar.gz") the extension reads ".tar.gz".
+///   - setNewBaseName with a base that holds a dot: the dot starts the
+///     extension that the old extension then replaces ("x.txt" with base
+///     "a.b" becomes "a.txt").
+///   - isStyleFAT_8_3() is never true for slash-style names.
+///   - A directory of server and share alone ("\\srv\share") has an empty
+///     path proper, which counts as slash style: composing a name after it
+///     adds "/" ("\\srv\share/f").
+///
+/// Ownership: every text returned points into the object (or is a constant
+/// of the library) and must not be freed; extract functions write into the
+/// caller's buffer, which must hold KIV_PATH_MAX_LENGTH + 1 bytes. Failure:
+/// nothing here reports an error; overlong input is cut as described, and
+/// existence tests answer false for names that cannot be reached. Nothing
+/// throws. Thread safety: file names are plain values; kivGetTmpDirectory
+/// reads the process environment and the temporary-name constructors read it
+/// through kivGetTmpDirectory, so they must not run while another thread
+/// changes the environment.
 #ifndef KIV_FILENAME_HPP
 #define KIV_FILENAME_HPP
 
@@ -163,8 +166,9 @@ class KIV_EXPORT KivClFilenameABase : public KivClPathProperty {
   /// True when the name fits the 8.3 rules: backslash style; an extension
   /// of at most 4 characters with its dot; a base name of at most 8; a drive
   /// letter, if any, that is alphabetic; and from after the drive up to the
-  /// extension no character of < > : ; . " | / * and no directory component
-  /// longer than 8 characters. Dots inside directory names therefore fail.
+  /// extension no character of "<>:;.|/*" nor a double quote, and no
+  /// directory component longer than 8 characters. Dots inside directory
+  /// names therefore fail.
   bool isStyleFAT_8_3() const noexcept;
 
   /// access(text, F_OK) succeeds.
@@ -206,6 +210,7 @@ class KIV_EXPORT KivClFilename : public KivClFilenameABase {
   KivClFilename() noexcept = default;
   /// A copy of any file name (also of temporary and backup names).
   KivClFilename(const KivClFilenameABase& other) noexcept : KivClFilenameABase(other) {}
+  /// Copies the text, style and length; the pointers refer to the copy.
   KivClFilename(const KivClFilename& other) noexcept = default;
 
   /// Composes the location's text, `name` and `extension`, as the
@@ -241,6 +246,7 @@ class KIV_EXPORT KivClFilename : public KivClFilenameABase {
   /// stays. Nothing happens when there is no directory part.
   void removePath() noexcept;
 
+  /// Copies the text, style and length; the pointers refer to this object.
   KivClFilename& operator=(const KivClFilename& other) noexcept = default;
   /// Takes a copy of a temporary name.
   KivClFilename& operator=(const KivClTmpFilename& other) noexcept;
@@ -272,6 +278,7 @@ class KIV_EXPORT KivClTmpFilename : public KivClFilenameABase {
 
   /// A copy names the same file; no new name is drawn.
   KivClTmpFilename(const KivClTmpFilename& other) noexcept = default;
+  /// Takes the name of `other`; no new name is drawn.
   KivClTmpFilename& operator=(const KivClTmpFilename& other) noexcept = default;
 
  private:
@@ -288,6 +295,7 @@ class KIV_EXPORT KivClBakFilename : public KivClFilenameABase {
 
   /// A copy of a backup name is the same backup name (nothing appended).
   KivClBakFilename(const KivClBakFilename& other) noexcept = default;
+  /// Takes the backup name of `other` as it is (nothing appended).
   KivClBakFilename& operator=(const KivClBakFilename& other) noexcept = default;
 };
 

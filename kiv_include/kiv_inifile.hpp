@@ -1,111 +1,112 @@
-// KIV Library: INI files (model, parser, cursors, typed access, editing).
-//
-// A KivClIniFile reads a text configuration file of "[section]" headers and
-// "name = value" option lines into an in-memory list of sections, each with
-// a list of options. The same parser reads a named file, any input stream or
-// a memory buffer. Values are cooked once, while they are read: quoted
-// strings, character literals, C-style escapes and $(NAME) environment
-// substitution are resolved, and the stored value is the final text.
-// KivClIniFileSectionCursor and KivClIniFileOptionCursor walk the model; the
-// file object offers typed getters over its current section and editing
-// operations. KivClIniFileSave (kiv_inisave.hpp) writes the model back.
-//
-// Syntax, line by line (the delimiter is "\n" for files):
-//   - A line whose first non-blank character is ";", or a blank line, is
-//     skipped. "#" is ordinary text.
-//   - "[name]" opens a section: the name is the text between "[" and the
-//     first "]", exactly as written, cut to 80 characters; text behind the
-//     "]" is ignored. The "[" must be the first character of the line.
-//   - Lines before the first header are dropped without an error, also
-//     when a section was selected (getSection) or added before the load.
-//   - An indented line (first character blank) continues the value of the
-//     previous option when continuation is allowed; otherwise it is an error.
-//   - Any other line is an option: the name is every non-blank character
-//     before the first "=" ("max size = 3" names "maxsize"); the value is
-//     the cooked text behind it; ";" outside quotes starts the comment.
-//   - A physical line is at most 1023 characters. A longer one is read as
-//     its first 1023 characters and ENDS THE LOAD: nothing after it is
-//     loaded and the load still succeeds. This is how the reader works; it
-//     is not an accident.
-//
-// Cooking a value: leading blanks are skipped. "..." is a quoted string with
-// escapes (below); '.' is a character literal (the character after the
-// literal is skipped unchecked, so 'ab' gives a); $(NAME) inserts the value
-// of the environment variable NAME (nothing when unset); anything else is
-// copied as typed, unquoted backslashes included. Trailing blanks are then
-// removed, but never those produced by quotes or literals, nor those typed
-// before a literal. A "'" that ends the line is a literal too: its character
-// is the NUL behind the line, so the blanks before it are kept ("x  '" gives
-// "x  ", and '    ' with four blanks gives three). Escapes: \a \b
-// \f \n \r \t \v; \x followed by hexadecimal digits (all that follow; no
-// digit gives the byte 0); a decimal digit starts an octal number (all octal
-// digits that follow; \8 and \9 give the byte 0 and consume nothing); any
-// other character stands for itself. A byte 0 produced by an escape ends the
-// visible value there. Numbers too large for an unsigned long give 0xff, as
-// the standard conversion saturates.
-//
-// Errors: syntax errors go, one by one, to an optional handler with the
-// error id (KIV_INIFILE_INVAL_SECTION, _OPTION, _WHITESPACE), the class
-// USER_DATA_ERROR (101) and the line number; the handler returns whether
-// loading goes on. Line numbers count every line read by this object since
-// the last load(bool): stream and buffer loads do not reset them, so
-// repeated buffer loads go on counting upward. The reader counts one more
-// (empty) line when the input ends with the delimiter, because it finds the
-// end of the input only when it tries to read again. The file object's own
-// error record (getLastError, from KivClFile) is not used by loading.
-//
-// Choices made here where the rules leave room:
-//   - Nothing is ever written past an option's 1024-byte buffer: text that
-//     continuation lines and $(NAME) substitution add is cut at the buffer's
-//     end, and the comment is cut to what remains (possibly nothing).
-//   - A backslash at the end of a line ends a quoted string (it is dropped)
-//     and gives the byte 0 in a literal. No step ever reads past the end of
-//     a line.
-//   - A variable name of more than 40 characters names no variable (it
-//     inserts nothing).
-//   - The parser keeps an option line with an empty name ("=x"); it counts
-//     as deleted. addOption refuses an empty or null option name.
-//   - A header "[]" makes a section with the empty name, which counts as
-//     deleted like any other: the writer skips it, getSection("") finds it.
-//   - getOption with no section selected returns false.
-//   - A continuation line after a broken "[" header (no "]") is an error:
-//     every "[" line resets the continuation target.
-//   - load(bool) also returns false when reading the file fails (for
-//     example when the name is a directory); what was read stays.
-//   - Queries of a cursor that stands on nothing return the empty text;
-//     its typed value reads return null and leave the output untouched.
-//
-// Ownership: the file object owns every section and option (allocated
-// through the library's memory manager) and frees them when destroyed. Texts
-// returned by queries point into the records and stay valid until the record
-// is changed or the file object is destroyed. Cursors own nothing and must
-// not outlive the file. Deleted sections and options stay in the lists as
-// tombstones (empty names); cursors visit them, the writer skips them.
-// The error handler must not change the model of the file being loaded.
-// Thread safety: none; a file object and its cursors belong to one thread.
-// Memory exhaustion throws KivClExceptionFatal from the memory manager.
-//
-// Lookup index: getSection and getOption give the first name in list order
-// that matches without regard to case, as a walk of the lists would. A file
-// that is asked often builds, lazily and beside the lists, a hash index of
-// the first section of each name and of the first option of each name in
-// every section; the lists themselves stay as they are. The index is exact
-// because it is dropped on every change: each member that can change a
-// record or a list (loading, adding, setting, deleting, linking, freeing;
-// also when called on a record directly rather than through the file)
-// counts one process-wide change, and a lookup trusts the index only when
-// no change was counted since it was built. Case is folded through the C
-// library's toupper, whose table a catalog open or the program may switch
-// at any time (setlocale in any thread, uselocale in this one), so the
-// index also remembers the table it was built with and is not used while
-// another one is in force. After a change, lookups walk the lists until
-// the walks have compared about half as many names as the last index held
-// (64 at first), and only then build the index again, so a program that
-// changes and looks up by turns pays little more than the walks. An index
-// is built only while the thread uses the process's locale; one that
-// cannot be allocated is simply not used. Editing by name (addOption,
-// deleteOption, setNewValue, deleteSection) and the cursors' setTo still
-// walk the lists.
+/// \file
+/// KIV Library: INI files (model, parser, cursors, typed access, editing).
+///
+/// A KivClIniFile reads a text configuration file of "[section]" headers and
+/// "name = value" option lines into an in-memory list of sections, each with
+/// a list of options. The same parser reads a named file, any input stream or
+/// a memory buffer. Values are cooked once, while they are read: quoted
+/// strings, character literals, C-style escapes and $(NAME) environment
+/// substitution are resolved, and the stored value is the final text.
+/// KivClIniFileSectionCursor and KivClIniFileOptionCursor walk the model; the
+/// file object offers typed getters over its current section and editing
+/// operations. KivClIniFileSave (kiv_inisave.hpp) writes the model back.
+///
+/// Syntax, line by line (the delimiter is "\n" for files):
+///   - A line whose first non-blank character is ";", or a blank line, is
+///     skipped. "#" is ordinary text.
+///   - "[name]" opens a section: the name is the text between "[" and the
+///     first "]", exactly as written, cut to 80 characters; text behind the
+///     "]" is ignored. The "[" must be the first character of the line.
+///   - Lines before the first header are dropped without an error, also
+///     when a section was selected (getSection) or added before the load.
+///   - An indented line (first character blank) continues the value of the
+///     previous option when continuation is allowed; otherwise it is an error.
+///   - Any other line is an option: the name is every non-blank character
+///     before the first "=" ("max size = 3" names "maxsize"); the value is
+///     the cooked text behind it; ";" outside quotes starts the comment.
+///   - A physical line is at most 1023 characters. A longer one is read as
+///     its first 1023 characters and ENDS THE LOAD: nothing after it is
+///     loaded and the load still succeeds. This is how the reader works; it
+///     is not an accident.
+///
+/// Cooking a value: leading blanks are skipped. "..." is a quoted string with
+/// escapes (below); '.' is a character literal (the character after the
+/// literal is skipped unchecked, so 'ab' gives a); $(NAME) inserts the value
+/// of the environment variable NAME (nothing when unset); anything else is
+/// copied as typed, unquoted backslashes included. Trailing blanks are then
+/// removed, but never those produced by quotes or literals, nor those typed
+/// before a literal. A "'" that ends the line is a literal too: its character
+/// is the NUL behind the line, so the blanks before it are kept ("x  '" gives
+/// "x  ", and '    ' with four blanks gives three). Escapes: `\a` `\b`
+/// `\f` `\n` `\r` `\t` `\v`; `\x` followed by hexadecimal digits (all that
+/// follow; no digit gives the byte 0); a decimal digit starts an octal number
+/// (all octal digits that follow; `\8` and `\9` give the byte 0 and consume
+/// nothing); any other character stands for itself. A byte 0 produced by an escape ends the
+/// visible value there. Numbers too large for an unsigned long give 0xff, as
+/// the standard conversion saturates.
+///
+/// Errors: syntax errors go, one by one, to an optional handler with the
+/// error id (KIV_INIFILE_INVAL_SECTION, _OPTION, _WHITESPACE), the class
+/// USER_DATA_ERROR (101) and the line number; the handler returns whether
+/// loading goes on. Line numbers count every line read by this object since
+/// the last load(bool): stream and buffer loads do not reset them, so
+/// repeated buffer loads go on counting upward. The reader counts one more
+/// (empty) line when the input ends with the delimiter, because it finds the
+/// end of the input only when it tries to read again. The file object's own
+/// error record (getLastError, from KivClFile) is not used by loading.
+///
+/// Choices made here where the rules leave room:
+///   - Nothing is ever written past an option's 1024-byte buffer: text that
+///     continuation lines and $(NAME) substitution add is cut at the buffer's
+///     end, and the comment is cut to what remains (possibly nothing).
+///   - A backslash at the end of a line ends a quoted string (it is dropped)
+///     and gives the byte 0 in a literal. No step ever reads past the end of
+///     a line.
+///   - A variable name of more than 40 characters names no variable (it
+///     inserts nothing).
+///   - The parser keeps an option line with an empty name ("=x"); it counts
+///     as deleted. addOption refuses an empty or null option name.
+///   - A header "[]" makes a section with the empty name, which counts as
+///     deleted like any other: the writer skips it, getSection("") finds it.
+///   - getOption with no section selected returns false.
+///   - A continuation line after a broken "[" header (no "]") is an error:
+///     every "[" line resets the continuation target.
+///   - load(bool) also returns false when reading the file fails (for
+///     example when the name is a directory); what was read stays.
+///   - Queries of a cursor that stands on nothing return the empty text;
+///     its typed value reads return null and leave the output untouched.
+///
+/// Ownership: the file object owns every section and option (allocated
+/// through the library's memory manager) and frees them when destroyed. Texts
+/// returned by queries point into the records and stay valid until the record
+/// is changed or the file object is destroyed. Cursors own nothing and must
+/// not outlive the file. Deleted sections and options stay in the lists as
+/// tombstones (empty names); cursors visit them, the writer skips them.
+/// The error handler must not change the model of the file being loaded.
+/// Thread safety: none; a file object and its cursors belong to one thread.
+/// Memory exhaustion throws KivClExceptionFatal from the memory manager.
+///
+/// Lookup index: getSection and getOption give the first name in list order
+/// that matches without regard to case, as a walk of the lists would. A file
+/// that is asked often builds, lazily and beside the lists, a hash index of
+/// the first section of each name and of the first option of each name in
+/// every section; the lists themselves stay as they are. The index is exact
+/// because it is dropped on every change: each member that can change a
+/// record or a list (loading, adding, setting, deleting, linking, freeing;
+/// also when called on a record directly rather than through the file)
+/// counts one process-wide change, and a lookup trusts the index only when
+/// no change was counted since it was built. Case is folded through the C
+/// library's toupper, whose table a catalog open or the program may switch
+/// at any time (setlocale in any thread, uselocale in this one), so the
+/// index also remembers the table it was built with and is not used while
+/// another one is in force. After a change, lookups walk the lists until
+/// the walks have compared about half as many names as the last index held
+/// (64 at first), and only then build the index again, so a program that
+/// changes and looks up by turns pays little more than the walks. An index
+/// is built only while the thread uses the process's locale; one that
+/// cannot be allocated is simply not used. Editing by name (addOption,
+/// deleteOption, setNewValue, deleteSection) and the cursors' setTo still
+/// walk the lists.
 #ifndef KIV_INIFILE_HPP
 #define KIV_INIFILE_HPP
 
@@ -152,8 +153,10 @@ class KIV_EXPORT KivClIniFileSection {
   KivClIniFileSection(const KivClIniFileSection&) = delete;
   KivClIniFileSection& operator=(const KivClIniFileSection&) = delete;
 
-  /// Records live in the library's memory manager.
+  /// Records live in the library's memory manager: allocates with
+  /// kivMalloc, which throws KivClExceptionFatal when memory is exhausted.
   static void* operator new(std::size_t size);
+  /// Gives a record's memory back with kivFree.
   static void operator delete(void* p) noexcept;
 
   /// Links `section` (and the chain behind it) directly behind this one;
@@ -197,8 +200,10 @@ class KIV_EXPORT KivClIniFileOption {
   KivClIniFileOption(const KivClIniFileOption&) = delete;
   KivClIniFileOption& operator=(const KivClIniFileOption&) = delete;
 
-  /// Records live in the library's memory manager.
+  /// Records live in the library's memory manager: allocates with
+  /// kivMalloc, which throws KivClExceptionFatal when memory is exhausted.
   static void* operator new(std::size_t size);
+  /// Gives a record's memory back with kivFree.
   static void operator delete(void* p) noexcept;
 
   /// Links `option` (and the chain behind it) directly behind this one.
@@ -419,6 +424,7 @@ class KIV_EXPORT KivClIniFileSectionCursor : public KivClUniDirCursorABase {
  public:
   /// Remembers the file's first section; the cursor is not positioned.
   explicit KivClIniFileSectionCursor(const KivClIniFile& file) noexcept;
+  /// A second cursor over the same file, standing where `other` stands.
   KivClIniFileSectionCursor(const KivClIniFileSectionCursor& other) = default;
   ~KivClIniFileSectionCursor() override;
 
@@ -459,6 +465,7 @@ class KIV_EXPORT KivClIniFileOptionCursor : public KivClUniDirCursorABase {
   /// Over the file's current section (selected by getSection); walks
   /// nothing when none is selected.
   explicit KivClIniFileOptionCursor(const KivClIniFile& file) noexcept;
+  /// A second cursor over the same section, standing where `other` stands.
   KivClIniFileOptionCursor(const KivClIniFileOptionCursor& other) = default;
   ~KivClIniFileOptionCursor() override;
 

@@ -1,64 +1,67 @@
-// KIV Library: the INI file writer.
-//
-// A KivClIniFileSave is a KivClIniFile (kiv_inifile.hpp) that can also
-// write: save() writes the whole model back to the file, and the item
-// writers let a program write a file piece by piece (a section header, then
-// typed options) without building a model first. What it writes is read
-// back by the parser of KivClIniFile.
-//
-// Output layout (TAB is character 9, LF character 10):
-//   section   LF "[" name "]" line-end      (so the file begins with LF)
-//   option    name TAB "= " value-text line-end
-//   line-end  LF, or TAB "; " comment LF when the comment is not empty
-// Value texts: a string is written as it is unless it holds ";" or a
-// control character (iscntrl); then it is written in double quotes, each
-// character through saveChar (\a \b \f \n \r \t \v, "\\" for a backslash,
-// "\x" and two lower-case hexadecimal digits for any other control
-// character, everything else as it is). Booleans are "ON" and "OFF",
-// numbers decimal, a character is written in single quotes through
-// saveChar. save() writes the sections and options of the model in order,
-// headers without comments, options with their comments, and skips deleted
-// sections and options. Comment and blank lines of a loaded file are not
-// part of the model and are not written.
-//
-// Deliberately unusual, kept so (do not "fix" it):
-//   - An EMPTY STRING VALUE WRITES NOTHING: not the name, not the line end,
-//     and that call does not even open the stream. Options with empty values
-//     are thereby dropped from a saved model.
-//   - A value holding a double quote but no ";" or control character is
-//     written bare; read back, the double quote starts a quoted string. A
-//     double quote inside a quoted value ends the quotes early when read
-//     back. Leading and trailing blanks of a bare value are lost when read
-//     back, "$(" in a bare value is substituted again, and a bare value
-//     beginning with "'" is read back as a character literal.
-//   - "\x" is followed by exactly two digits, but the reader takes all the
-//     hexadecimal digits that follow: a control character followed by a
-//     hexadecimal digit ("\x01" then "a") reads back as one other byte.
-//   - Comments are written as given (a comment must not hold the line
-//     delimiter).
-//
-// The stream: the writer opens a stream on the file's path (mode input,
-// output and truncate: an existing file is emptied, a missing one created)
-// the first time anything is written, and an opened flag keeps later calls
-// from opening it again. One writer object therefore writes one file in one
-// pass: a second save() appends a second copy of the model to the same
-// stream. The destructor flushes the member stream before it is closed.
-//
-// Saving over an existing file: save() empties the file when it opens it,
-// so a write that fails half-way (a full disk, a file-size limit, a crash)
-// leaves a truncated file and no copy of the old one. saveReplacing() never
-// touches the file until the new contents are complete: it writes the
-// model to a temporary file in the same directory, flushes it to disk,
-// gives it the mode of the file and, where the caller may set them, its
-// owner and group, and renames it over the file. The file is thus either
-// the old one or the new one, whatever fails. It refuses a file that the
-// caller may not write (even in a writable directory) and follows a
-// symbolic link (the file it leads to is replaced, the link stays). The new
-// file is a new inode: hard links to the old one keep the old contents.
-//
-// Failure: every writer returns the stream's good() after writing; nothing
-// throws and no error record is made. A file that cannot be opened makes
-// every writer return false. Thread safety: none.
+/// \file
+/// KIV Library: the INI file writer.
+///
+/// A KivClIniFileSave is a KivClIniFile (kiv_inifile.hpp) that can also
+/// write: save() writes the whole model back to the file, and the item
+/// writers let a program write a file piece by piece (a section header, then
+/// typed options) without building a model first. What it writes is read
+/// back by the parser of KivClIniFile.
+///
+/// Output layout (TAB is character 9, LF character 10):
+/// ~~~
+///   section   LF "[" name "]" line-end      (so the file begins with LF)
+///   option    name TAB "= " value-text line-end
+///   line-end  LF, or TAB "; " comment LF when the comment is not empty
+/// ~~~
+/// Value texts: a string is written as it is unless it holds ";" or a
+/// control character (iscntrl); then it is written in double quotes, each
+/// character through saveChar (`\a` `\b` `\f` `\n` `\r` `\t` `\v`, `\\` for a
+/// backslash, "\x" and two lower-case hexadecimal digits for any other
+/// control character, everything else as it is). Booleans are "ON" and "OFF",
+/// numbers decimal, a character is written in single quotes through
+/// saveChar. save() writes the sections and options of the model in order,
+/// headers without comments, options with their comments, and skips deleted
+/// sections and options. Comment and blank lines of a loaded file are not
+/// part of the model and are not written.
+///
+/// Deliberately unusual, kept so (do not "fix" it):
+///   - An EMPTY STRING VALUE WRITES NOTHING: not the name, not the line end,
+///     and that call does not even open the stream. Options with empty values
+///     are thereby dropped from a saved model.
+///   - A value holding a double quote but no ";" or control character is
+///     written bare; read back, the double quote starts a quoted string. A
+///     double quote inside a quoted value ends the quotes early when read
+///     back. Leading and trailing blanks of a bare value are lost when read
+///     back, "$(" in a bare value is substituted again, and a bare value
+///     beginning with "'" is read back as a character literal.
+///   - "\x" is followed by exactly two digits, but the reader takes all the
+///     hexadecimal digits that follow: a control character followed by a
+///     hexadecimal digit ("\x01" then "a") reads back as one other byte.
+///   - Comments are written as given (a comment must not hold the line
+///     delimiter).
+///
+/// The stream: the writer opens a stream on the file's path (mode input,
+/// output and truncate: an existing file is emptied, a missing one created)
+/// the first time anything is written, and an opened flag keeps later calls
+/// from opening it again. One writer object therefore writes one file in one
+/// pass: a second save() appends a second copy of the model to the same
+/// stream. The destructor flushes the member stream before it is closed.
+///
+/// Saving over an existing file: save() empties the file when it opens it,
+/// so a write that fails half-way (a full disk, a file-size limit, a crash)
+/// leaves a truncated file and no copy of the old one. saveReplacing() never
+/// touches the file until the new contents are complete: it writes the
+/// model to a temporary file in the same directory, flushes it to disk,
+/// gives it the mode of the file and, where the caller may set them, its
+/// owner and group, and renames it over the file. The file is thus either
+/// the old one or the new one, whatever fails. It refuses a file that the
+/// caller may not write (even in a writable directory) and follows a
+/// symbolic link (the file it leads to is replaced, the link stays). The new
+/// file is a new inode: hard links to the old one keep the old contents.
+///
+/// Failure: every writer returns the stream's good() after writing; nothing
+/// throws and no error record is made. A file that cannot be opened makes
+/// every writer return false. Thread safety: none.
 #ifndef KIV_INISAVE_HPP
 #define KIV_INISAVE_HPP
 

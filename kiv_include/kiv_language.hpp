@@ -1,53 +1,54 @@
-// KIV Library: languages and territories.
-//
-// `KivClLanguage` names a language together with an optional territory. It is
-// parsed from codes such as "en-us", "de_DE" or "x-all" and turned back into
-// short codes ("en-us"), long codes ("en-usa"), ISO-style codes ("en-us", or
-// "en" when no territory is given), display names and one packed number
-// (language << 16 | territory) that callers may store and turn back into the
-// same object.
-//
-// Two constant tables stand behind it: 143 languages and 242 territories,
-// each sorted by its two-letter code without regard to case and searched by
-// binary search. Row 0 of each is the unspecified entry ("**"); the index
-// one past each table (143, 242) means "invalid". The row order is the
-// library's numbering and never changes, so the enumerator values and the
-// packed numbers stay valid from release to release. The tables and the
-// enumerators are generated from the ISO 639 and ISO 3166 data by
-// scripts/gen_language_tables.py; edit the script, never the tables.
-//
-// Deliberate behaviour, kept as it is:
-// - Old and new codes of a language live side by side: "iw" and "he" are both
-//   Hebrew, "no", "nb" and "nn" are three rows, "mo" (Moldavian) and "sh"
-//   (Serbo-Croatian) are present; "in" is absent, "id" is present.
-// - Territories include codes that are not, or no longer, ISO 3166-1 codes:
-//   "aa" (the Arabic-speaking region, number 0), "sp" (Serbia, number 0),
-//   "fx", "tp", "yu", "zr" and "an".
-// - The short and long extractions always write a territory, "**" or "***"
-//   when none was given ("en-**"); the ISO extractions and the stream output
-//   leave it out.
-//
-// Choices where the behaviour was open:
-// - Codes are compared with ASCII case folding only, never through the
-//   locale, so that a Turkish locale (dotless i) finds "IT" all the same.
-// - The territory is looked up from the whole text behind the separator:
-//   "en-us-posix" and "en-usa" have the invalid territory.
-// - A null tag gives the invalid language and the invalid territory; a tag
-//   shorter than two characters gives the invalid language.
-// - The number constructor keeps whatever 16-bit indices it is given, so that
-//   it is the exact inverse of `asNumber()`; every query treats an index at or
-//   beyond its table as invalid ("??").
-// - Names are the ISO English names folded to plain ASCII ("Cote d'Ivoire").
-//
-// Ownership: every text returned points into the constant tables and lives
-// as long as the program; callers never free it. The extraction functions
-// write into a caller's buffer of at least `cv_uiCodeBufferSize` bytes.
-// Failure: nothing throws and nothing keeps an error record; unknown codes
-// give the invalid indices, and queries of invalid indices give "??" (or the
-// number 0xFFFFFFFF). Thread safety: the tables are constant and the static
-// queries may be called from any thread; an object is a plain value that
-// several threads may read, but `init` on a shared object needs the caller's
-// lock.
+/// \file
+/// KIV Library: languages and territories.
+///
+/// `KivClLanguage` names a language together with an optional territory. It is
+/// parsed from codes such as "en-us", "de_DE" or "x-all" and turned back into
+/// short codes ("en-us"), long codes ("en-usa"), ISO-style codes ("en-us", or
+/// "en" when no territory is given), display names and one packed number
+/// (language << 16 | territory) that callers may store and turn back into the
+/// same object.
+///
+/// Two constant tables stand behind it: 143 languages and 242 territories,
+/// each sorted by its two-letter code without regard to case and searched by
+/// binary search. Row 0 of each is the unspecified entry ("**"); the index
+/// one past each table (143, 242) means "invalid". The row order is the
+/// library's numbering and never changes, so the enumerator values and the
+/// packed numbers stay valid from release to release. The tables and the
+/// enumerators are generated from the ISO 639 and ISO 3166 data by
+/// scripts/gen_language_tables.py; edit the script, never the tables.
+///
+/// Deliberate behaviour, kept as it is:
+/// - Old and new codes of a language live side by side: "iw" and "he" are both
+///   Hebrew, "no", "nb" and "nn" are three rows, "mo" (Moldavian) and "sh"
+///   (Serbo-Croatian) are present; "in" is absent, "id" is present.
+/// - Territories include codes that are not, or no longer, ISO 3166-1 codes:
+///   "aa" (the Arabic-speaking region, number 0), "sp" (Serbia, number 0),
+///   "fx", "tp", "yu", "zr" and "an".
+/// - The short and long extractions always write a territory, "**" or "***"
+///   when none was given ("en-**"); the ISO extractions and the stream output
+///   leave it out.
+///
+/// Choices where the behaviour was open:
+/// - Codes are compared with ASCII case folding only, never through the
+///   locale, so that a Turkish locale (dotless i) finds "IT" all the same.
+/// - The territory is looked up from the whole text behind the separator:
+///   "en-us-posix" and "en-usa" have the invalid territory.
+/// - A null tag gives the invalid language and the invalid territory; a tag
+///   shorter than two characters gives the invalid language.
+/// - The number constructor keeps whatever 16-bit indices it is given, so that
+///   it is the exact inverse of `asNumber()`; every query treats an index at or
+///   beyond its table as invalid ("??").
+/// - Names are the ISO English names folded to plain ASCII ("Cote d'Ivoire").
+///
+/// Ownership: every text returned points into the constant tables and lives
+/// as long as the program; callers never free it. The extraction functions
+/// write into a caller's buffer of at least `cv_uiCodeBufferSize` bytes.
+/// Failure: nothing throws and nothing keeps an error record; unknown codes
+/// give the invalid indices, and queries of invalid indices give "??" (or the
+/// number 0xFFFFFFFF). Thread safety: the tables are constant and the static
+/// queries may be called from any thread; an object is a plain value that
+/// several threads may read, but `init` on a shared object needs the caller's
+/// lock.
 #ifndef KIV_LANGUAGE_HPP
 #define KIV_LANGUAGE_HPP
 
@@ -560,6 +561,7 @@ class KIV_EXPORT KivClLanguage {
   bool operator==(const KivClLanguage& other) const {
     return m_enLanguage == other.m_enLanguage && m_enTerritory == other.m_enTerritory;
   }
+  /// Different language index or different territory index.
   bool operator!=(const KivClLanguage& other) const { return !(*this == other); }
 
  private:

@@ -1,33 +1,34 @@
-// KIV Library: locations, the names of directories as values.
-//
-// A KivClLocation holds a directory text in a fixed buffer of
-// KIV_PATH_MAX_LENGTH + 1 bytes (at most 4096 characters and the NUL). The
-// text always ends with the separator of its style ("/" in slash style, "\"
-// in backslash style) unless it is empty: "/usr/lib" reads "/usr/lib/", ""
-// stays "". A location knows nothing about the file system beyond the two
-// queries isExistent() and isRoot(); KivClDirectory (kiv_directory.hpp)
-// turns a location into a directory that can be created, entered and
-// removed.
-//
-// Normalising (the `normalize` argument of the constructors) turns every "\"
-// of the path proper into "/" after the separator was appended and then
-// determines the style again: "a\b" becomes "a/b/" in slash style. A server
-// prefix ("\\server\share") keeps its backslashes. A text that starts with a
-// drive ("C:\dir") stays in backslash style after normalising, because the
-// style of such a text is decided by its drive.
-//
-// Choices made here where the rules leave room:
-//   - Every copying constructor cuts its text at 4096 characters. When a text
-//     of exactly 4096 characters does not end with its separator, there is no
-//     room to append one and the text is kept as it is (such a text is longer
-//     than the system accepts as a directory name anyway).
-//   - A null text counts as the empty text.
-//
-// Ownership: nothing is allocated; getAsCString() points into the object.
-// Copying copies the text and re-bases the pointers of the path property onto
-// the copy's own buffer. Failure: nothing here reports an error; isExistent()
-// answers false for names that cannot be reached. Nothing throws.
-// Thread safety: a location is a plain value; concurrent reads are safe.
+/// \file
+/// KIV Library: locations, the names of directories as values.
+///
+/// A KivClLocation holds a directory text in a fixed buffer of
+/// KIV_PATH_MAX_LENGTH + 1 bytes (at most 4096 characters and the NUL). The
+/// text always ends with the separator of its style ("/" in slash style, `\`
+/// in backslash style) unless it is empty: "/usr/lib" reads "/usr/lib/", ""
+/// stays "". A location knows nothing about the file system beyond the two
+/// queries isExistent() and isRoot(); KivClDirectory (kiv_directory.hpp)
+/// turns a location into a directory that can be created, entered and
+/// removed.
+///
+/// Normalising (the `normalize` argument of the constructors) turns every `\`
+/// of the path proper into "/" after the separator was appended and then
+/// determines the style again: "a\b" becomes "a/b/" in slash style. A server
+/// prefix ("\\server\share") keeps its backslashes. A text that starts with a
+/// drive ("C:\dir") stays in backslash style after normalising, because the
+/// style of such a text is decided by its drive.
+///
+/// Choices made here where the rules leave room:
+///   - Every copying constructor cuts its text at 4096 characters. When a text
+///     of exactly 4096 characters does not end with its separator, there is no
+///     room to append one and the text is kept as it is (such a text is longer
+///     than the system accepts as a directory name anyway).
+///   - A null text counts as the empty text.
+///
+/// Ownership: nothing is allocated; getAsCString() points into the object.
+/// Copying copies the text and re-bases the pointers of the path property onto
+/// the copy's own buffer. Failure: nothing here reports an error; isExistent()
+/// answers false for names that cannot be reached. Nothing throws.
+/// Thread safety: a location is a plain value; concurrent reads are safe.
 #ifndef KIV_LOCATION_HPP
 #define KIV_LOCATION_HPP
 
@@ -68,7 +69,7 @@ class KIV_EXPORT KivClLocation : public KivClPathProperty {
 
   /// Sets up the path property on the text, appends the style's separator
   /// when the text is not empty and does not end with it, and, when
-  /// `normalize` is true, replaces every "\" of the path proper by "/" and
+  /// `normalize` is true, replaces every `\` of the path proper by "/" and
   /// determines the style again.
   void init(bool normalize) noexcept;
 

@@ -1,27 +1,28 @@
-// KIV Library: the memory manager and the assertion report.
-//
-// All raw memory of the library goes through one process-wide, replaceable
-// memory manager: three function pointers (allocate, reallocate, free) that
-// start out as the platform's malloc, realloc and free. An application may
-// replace them once, at start-up, before the first allocation through the
-// library; memory must be released by the deallocator that matches the
-// allocator that produced it, and the manager does not track which did.
-//
-// Failure: allocation never returns null. When the current allocator yields
-// nothing, the manager throws a KivClExceptionFatal whose record says why:
-//   - size 0:              MEMMGR_ZERO_SIZE_OBJECT, INVALID_DATA
-//   - user allocator:      MEMMGR_USER_OUT_OF_MEMORY, OUT_OF_MEMORY
-//   - platform allocator:  MEMMGR_RUNTIME_OUT_OF_MEMORY, OUT_OF_MEMORY
-// all with severity FATAL and action TERMINATE; and reallocation without a
-// reallocation function throws MEMMGR_NO_USER_REALLOC_FUNC,
-// FUNCTION_NOT_SUPPORTED, FATAL, ABORT. Nothing is logged: the catcher
-// decides. The location texts and line numbers of these throw sites are
-// fixed (kiv_memmgr.hpp:359 for allocation, kiv_memmgr.cpp:267 and :277 for
-// reallocation) so that reports stay comparable between builds.
-//
-// Thread safety: the pointers are read without locking; replace them before
-// other threads allocate. The assertion routines are meant for a process
-// that is about to end.
+/// \file
+/// KIV Library: the memory manager and the assertion report.
+///
+/// All raw memory of the library goes through one process-wide, replaceable
+/// memory manager: three function pointers (allocate, reallocate, free) that
+/// start out as the platform's malloc, realloc and free. An application may
+/// replace them once, at start-up, before the first allocation through the
+/// library; memory must be released by the deallocator that matches the
+/// allocator that produced it, and the manager does not track which did.
+///
+/// Failure: allocation never returns null. When the current allocator yields
+/// nothing, the manager throws a KivClExceptionFatal whose record says why:
+///   - size 0:              MEMMGR_ZERO_SIZE_OBJECT, INVALID_DATA
+///   - user allocator:      MEMMGR_USER_OUT_OF_MEMORY, OUT_OF_MEMORY
+///   - platform allocator:  MEMMGR_RUNTIME_OUT_OF_MEMORY, OUT_OF_MEMORY
+/// all with severity FATAL and action TERMINATE; and reallocation without a
+/// reallocation function throws MEMMGR_NO_USER_REALLOC_FUNC,
+/// FUNCTION_NOT_SUPPORTED, FATAL, ABORT. Nothing is logged: the catcher
+/// decides. The location texts and line numbers of these throw sites are
+/// fixed (kiv_memmgr.hpp:359 for allocation, kiv_memmgr.cpp:267 and :277 for
+/// reallocation) so that reports stay comparable between builds.
+///
+/// Thread safety: the pointers are read without locking; replace them before
+/// other threads allocate. The assertion routines are meant for a process
+/// that is about to end.
 #ifndef KIV_MEMMGR_HPP
 #define KIV_MEMMGR_HPP
 
@@ -120,15 +121,17 @@ KIV_EXPORT void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuRealloca
 
 /// The assertion report with an optional message and function:
 ///
-///   (empty line)
-///   *** INTERNAL ERROR OCCURED ***
-///   *** <message> ***                     only with a message
-///   ***         FUNCTION: <function>      only with a message AND a function
-///   *** ASSERTION FAILED: <expression>
-///   ***             LINE: <line>
-///   ***           MODULE: <module>
-///   ***       PROCESS ID: <pid>
-///   (two empty lines)
+/// \verbatim
+///  (empty line)
+///  *** INTERNAL ERROR OCCURED ***
+///  *** <message> ***                     only with a message
+///  ***         FUNCTION: <function>      only with a message AND a function
+///  *** ASSERTION FAILED: <expression>
+///  ***             LINE: <line>
+///  ***           MODULE: <module>
+///  ***       PROCESS ID: <pid>
+///  (two empty lines)
+/// \endverbatim
 ///
 /// A function given without a message is not printed; that asymmetry is part
 /// of the format. The report goes to standard error in one write, followed

@@ -1,68 +1,69 @@
-// KIV Library: the memory pool.
-//
-// A KivClMemoryPool hands out chunks of memory from large blocks by moving a
-// pointer, and takes them back only wholesale: everything at once
-// (deleteAll), everything from a given point on (deleteAt), or by rewinding
-// to a state handle taken earlier (getCurrentStateHandle + deleteAt). There
-// is no way to give back a single chunk.
-//
-// Blocks. A pool that owns its memory allocates every block through the
-// memory manager (kivMalloc/kivFree); each block starts with a 48-byte
-// header (KivClMemoryPoolBlock) followed directly by its usable area, and
-// every such block is a whole number of 4096-byte pages. When a request does
-// not fit, the pool walks on to the following blocks and, after the last
-// one, chains a new block; a request larger than a regular block gets a
-// block of its own, rounded up to whole pages. A pool over caller memory
-// allocates only a separate header for the caller's area and never grows:
-// when the area is full, allocation returns null and reports nothing.
-//
-// Alignment. Both constructors switch alignment on: every size handed to the
-// caller-facing allocate() is rounded up to a multiple of 8, so chunks of a
-// pool that owns its memory are 8-byte aligned (not 16: a type that needs
-// more must align itself). Chunks of a pool over caller memory are aligned
-// as well as the caller's area is.
-//
-// Ownership. The pool owns the blocks it allocated and frees them when it is
-// destroyed; it never frees the caller's area. Chunks stay valid until the
-// pool releases them (deleteAt, deleteAll, reset or destruction).
-//
-// Failure. A pool that cannot grow (the memory manager throws while a new
-// block is allocated) calls the registered error handler with
-// MEMORYPOOL_COULD_NOT_GROW and the class of the memory manager's exception,
-// and allocate returns null. Without a handler it throws a KivClException
-// (not the fatal kind) with that id, the memory manager's class, severity
-// and action, and the location "mempool/kiv_mempool.cpp:296" (line 296).
-// A constructor that cannot get its first block (or the header for caller
-// memory) swallows the failure: the pool is then left without blocks, every
-// capacity query answers 0 and allocation returns null without a report.
-// MEMORYPOOL_CHUNK_TOO_BIG is never raised.
-//
-// Deliberate choices, kept on purpose:
-//   - The caller-facing allocation is allocate(size) / allocate(size,
-//     blockNumber). On a pool without blocks it returns null and reports
-//     nothing: the failure already happened, silently, at construction.
-//   - A pool whose construction failed counts 0 blocks and 0 KiB, whether it
-//     was to own its memory or to use the caller's.
-//   - A request so large that a block for it cannot even be expressed
-//     (within 4 KiB of the address space) is a growth failure with class
-//     OUT_OF_MEMORY, severity FATAL and action TERMINATE, reported like any
-//     other, without asking the allocator.
-//   - deleteAt leaves the current block alone (a kept later block goes on
-//     serving, emptied), except where the release frees the current block:
-//     then the block of the position becomes the current block, so that the
-//     pool never points at freed memory.
-//   - When the release step (deleteAll(block, previous) called by the
-//     caller) frees the current block, the nearest kept block before it
-//     becomes the current block.
-//   - deleteAll(block, previous) acts only when `previous` is a block of this
-//     pool whose next is `block`.
-//   - A pool over caller memory with a null area gets an area of size 0.
-//   - The size in KiB grows by the total size of a new block (header
-//     included) and shrinks by the capacity of a freed one (header
-//     excluded): it may drift upwards. The chunk count of a block is not
-//     touched by a rewind into it.
-//
-// Thread safety: none. A pool is used by one thread at a time.
+/// \file
+/// KIV Library: the memory pool.
+///
+/// A KivClMemoryPool hands out chunks of memory from large blocks by moving a
+/// pointer, and takes them back only wholesale: everything at once
+/// (deleteAll), everything from a given point on (deleteAt), or by rewinding
+/// to a state handle taken earlier (getCurrentStateHandle + deleteAt). There
+/// is no way to give back a single chunk.
+///
+/// Blocks. A pool that owns its memory allocates every block through the
+/// memory manager (kivMalloc/kivFree); each block starts with a 48-byte
+/// header (KivClMemoryPoolBlock) followed directly by its usable area, and
+/// every such block is a whole number of 4096-byte pages. When a request does
+/// not fit, the pool walks on to the following blocks and, after the last
+/// one, chains a new block; a request larger than a regular block gets a
+/// block of its own, rounded up to whole pages. A pool over caller memory
+/// allocates only a separate header for the caller's area and never grows:
+/// when the area is full, allocation returns null and reports nothing.
+///
+/// Alignment. Both constructors switch alignment on: every size handed to the
+/// caller-facing allocate() is rounded up to a multiple of 8, so chunks of a
+/// pool that owns its memory are 8-byte aligned (not 16: a type that needs
+/// more must align itself). Chunks of a pool over caller memory are aligned
+/// as well as the caller's area is.
+///
+/// Ownership. The pool owns the blocks it allocated and frees them when it is
+/// destroyed; it never frees the caller's area. Chunks stay valid until the
+/// pool releases them (deleteAt, deleteAll, reset or destruction).
+///
+/// Failure. A pool that cannot grow (the memory manager throws while a new
+/// block is allocated) calls the registered error handler with
+/// MEMORYPOOL_COULD_NOT_GROW and the class of the memory manager's exception,
+/// and allocate returns null. Without a handler it throws a KivClException
+/// (not the fatal kind) with that id, the memory manager's class, severity
+/// and action, and the location "mempool/kiv_mempool.cpp:296" (line 296).
+/// A constructor that cannot get its first block (or the header for caller
+/// memory) swallows the failure: the pool is then left without blocks, every
+/// capacity query answers 0 and allocation returns null without a report.
+/// MEMORYPOOL_CHUNK_TOO_BIG is never raised.
+///
+/// Deliberate choices, kept on purpose:
+///   - The caller-facing allocation is allocate(size) / allocate(size,
+///     blockNumber). On a pool without blocks it returns null and reports
+///     nothing: the failure already happened, silently, at construction.
+///   - A pool whose construction failed counts 0 blocks and 0 KiB, whether it
+///     was to own its memory or to use the caller's.
+///   - A request so large that a block for it cannot even be expressed
+///     (within 4 KiB of the address space) is a growth failure with class
+///     OUT_OF_MEMORY, severity FATAL and action TERMINATE, reported like any
+///     other, without asking the allocator.
+///   - deleteAt leaves the current block alone (a kept later block goes on
+///     serving, emptied), except where the release frees the current block:
+///     then the block of the position becomes the current block, so that the
+///     pool never points at freed memory.
+///   - When the release step (deleteAll(block, previous) called by the
+///     caller) frees the current block, the nearest kept block before it
+///     becomes the current block.
+///   - deleteAll(block, previous) acts only when `previous` is a block of this
+///     pool whose next is `block`.
+///   - A pool over caller memory with a null area gets an area of size 0.
+///   - The size in KiB grows by the total size of a new block (header
+///     included) and shrinks by the capacity of a freed one (header
+///     excluded): it may drift upwards. The chunk count of a block is not
+///     touched by a rewind into it.
+///
+/// Thread safety: none. A pool is used by one thread at a time.
 #ifndef KIV_MEMPOOL_HPP
 #define KIV_MEMPOOL_HPP
 
@@ -156,8 +157,11 @@ class KIV_EXPORT KivClMemoryPool {
   static constexpr std::size_t kBlockHeaderSize = 48;
   /// Blocks that the pool allocates are whole multiples of this size.
   static constexpr std::size_t kPageSize = 4096;
-  /// The switch threshold is clamped to kMinSwitchThreshold..kMaxSwitchThreshold.
+  /// Lowest switch threshold: a smaller one given to the constructor is
+  /// raised to this.
   static constexpr std::size_t kMinSwitchThreshold = 256;
+  /// Highest switch threshold: a larger one given to the constructor is
+  /// lowered to this.
   static constexpr std::size_t kMaxSwitchThreshold = 65536;
 
   /// A pool that owns its blocks.
@@ -320,9 +324,12 @@ class KIV_EXPORT KivClMemoryPool {
   /// The first block, or null when construction failed. Walk the chain with
   /// KivClMemoryPoolBlock::getNext().
   KivClMemoryPoolBlock* getFirstBlock() noexcept { return m_pclFirstBlock; }
+  /// The first block of a const pool, or null when construction failed.
   const KivClMemoryPoolBlock* getFirstBlock() const noexcept { return m_pclFirstBlock; }
   /// The block where allocation starts, or null when construction failed.
   KivClMemoryPoolBlock* getCurrentBlock() noexcept { return m_pclCurrentBlock; }
+  /// The block where allocation starts in a const pool, or null when
+  /// construction failed.
   const KivClMemoryPoolBlock* getCurrentBlock() const noexcept { return m_pclCurrentBlock; }
   /// Number of blocks in the chain (0 without blocks).
   std::uint64_t getBlockCount() const noexcept { return m_ullBlockCount; }

@@ -1,103 +1,104 @@
-// KIV Library: message catalogs, string tables and the catalog flat
-// interface.
-//
-// Every user-visible text is fetched by a numeric message id from a message
-// catalog: a file in the platform's message-catalog format (as gencat makes
-// it), always read from message set 1. Catalog file names always end in
-// ".cat"; a name without a directory is searched along NLSPATH and the
-// platform's default places, a name with a directory is opened as it is.
-// The library's own catalog is "qrnmsg50.cat" (the default constructor);
-// the build installs it as share/kiv/nls/qrnmsg50.cat, so a program finds it
-// with NLSPATH=<prefix>/share/kiv/nls/%N. When a catalog cannot be opened, it
-// can fall back on a string table compiled into the program: an array of
-// texts indexed by message id, such as the library's built-in table
-// (kiv_msgtable.hpp).
-//
-// Opening (init, run by every constructor), in this order:
-//   1. setlocale(LC_ALL, "") - the locale of the environment.
-//   2. catopen(name, NL_CAT_LOCALE), on a checked copy of the file (below);
-//      on success go to step 4.
-//   3. setlocale(LC_ALL, "C"); if that worked, catopen once more. If it
-//      fails again (or the locale could not be set), the catalog is not
-//      open.
-//   4. Message 1 must be readable: a catalog without it is closed again and
-//      counts as not open (its string table, if any, then answers).
-// The locale set in step 1 or 3 stays in force for the whole process
-// afterwards; the library deliberately does not restore it.
-//
-// Catalog files are checked before catopen sees them. catopen trusts the
-// sizes written in a file (a file of twelve bytes can make it die with
-// SIGBUS), and the file may be chosen by anyone who can set NLSPATH for a
-// program. So the library looks the file up itself, the way catopen does (a
-// name with a "/" as it is; else the elements of NLSPATH and then the
-// platform's default places under /usr/share/locale, with %N, %L, %l, %t,
-// %c and %% replaced; the first file that opens ends the search), copies it
-// (up to 64 MiB) into a private sealed memory file, checks the copy (the
-// header, the magic number in either byte order, a hash table size above
-// 0, both hash tables and every text inside the file) and hands catopen
-// the copy by its /proc/self/fd name. A file that fails the check is not
-// open, like a missing one, and nothing is printed. An open catalog keeps
-// its texts when its file changes or shrinks afterwards. Where /proc is not
-// mounted, no catalog opens.
-//
-// Looking up message id N (done by KivClMessage, kiv_message.hpp):
-//   - open catalog: message N of set 1; when it is missing, the text is
-//     "UNABLE TO LOAD MESSAGE #N FROM CATALOG: " and the file name, even if
-//     the string table has entry N (the table is never used while the
-//     catalog is open);
-//   - not open, with a string table and N below its size: entry N;
-//   - otherwise "UNABLE TO LOAD MESSAGE CATALOG: " and the file name.
-// The fallback texts count as "not loaded".
-//
-// Deliberately unusual, kept so:
-//   - isValidMessageId() of the catalog is static and only says id > 0 (id 0
-//     is reserved; in the built-in table it is the signature line), while
-//     the proxy's isValidMessageId() and kivMsgCatIsValid() say whether the
-//     text can be loaded, so id 0 of an attached built-in table is valid
-//     there.
-//   - kivMsgCatGetVar always reads the argument after the first insert,
-//     even when the first insert is null: the list must be closed by a null
-//     pointer after at least one insert argument, so a call without inserts
-//     passes two nulls.
-//
-// Choices made here where the rules leave room:
-//   - The proxy's text buffer holds KIV_MSGCAT_TEXT_BUFFER_SIZE (4104)
-//     characters with its NUL; a longer text (a fallback text with a very
-//     long file name) is cut at 4103 characters.
-//   - The text buffer is overwritten only when the new message is
-//     complete, so an insert may be the text fetched before through the same
-//     handle: kivMsgCatGetVar(h, id, kivMsgCatGet(h, other), nullptr).
-//   - A null name given to kivMsgCatOpen or kivMsgCatOpenOrUseStringTable
-//     counts as the empty name (".cat" then, which is normally not found).
-//     A null handle makes kivMsgCatIsValid answer false and kivMsgCatGet and
-//     kivMsgCatGetVar return null; kivMsgCatClose(null) does nothing.
-//   - useStringTable with a null table removes the table (size 0).
-//   - Calling init() again closes the catalog and opens it anew.
-//   - Ids above the largest int cannot be in a catalog file; they read as
-//     missing there.
-//
-// Ownership: a string table is not owned and not copied; the caller keeps
-// it alive as long as the catalog. A proxy made by an open call owns its
-// catalog unless it was attached to one (kivMsgCatOpenAttach), and both
-// are allocated through the memory manager; kivMsgCatClose frees them. The
-// texts returned by kivMsgCatGet and kivMsgCatGetVar live in the handle's
-// text buffer until the next fetch through the same handle or its closing.
-// Failure: a catalog that cannot be opened is simply not open (nothing is
-// thrown or printed); missing messages read as fallback texts. The open
-// calls throw KivClExceptionFatal from the memory manager when memory runs
-// out; nothing else here throws.
-//
-// Locale and threads: every call that opens a catalog (the constructors of
-// KivClMessageCatalog and of an owning KivClMessageCatalogProxy, init(),
-// kivMsgCatOpen, kivMsgCatOpenOrUseStringTable, and KivClConsoleUI, which
-// owns a catalog) calls setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL,
-// "C"). That sets the locale of the whole process and is not safe while
-// another thread makes a locale-dependent call (printf and strtod, toupper,
-// regcomp, the C++ streams, ...): open catalogs before other threads start,
-// or while none of them runs such calls. It is kept so on purpose - it is
-// how a catalog finds its language - and the locale is not restored.
-// Thread safety otherwise: no locking; a handle's text buffer is shared by
-// all its callers.
+/// \file
+/// KIV Library: message catalogs, string tables and the catalog flat
+/// interface.
+///
+/// Every user-visible text is fetched by a numeric message id from a message
+/// catalog: a file in the platform's message-catalog format (as gencat makes
+/// it), always read from message set 1. Catalog file names always end in
+/// ".cat"; a name without a directory is searched along NLSPATH and the
+/// platform's default places, a name with a directory is opened as it is.
+/// The library's own catalog is "qrnmsg50.cat" (the default constructor);
+/// the build installs it as share/kiv/nls/qrnmsg50.cat, so a program finds it
+/// with "NLSPATH=<prefix>/share/kiv/nls/%N". When a catalog cannot be opened, it
+/// can fall back on a string table compiled into the program: an array of
+/// texts indexed by message id, such as the library's built-in table
+/// (kiv_msgtable.hpp).
+///
+/// Opening (init, run by every constructor), in this order:
+///   1. setlocale(LC_ALL, "") - the locale of the environment.
+///   2. catopen(name, NL_CAT_LOCALE), on a checked copy of the file (below);
+///      on success go to step 4.
+///   3. setlocale(LC_ALL, "C"); if that worked, catopen once more. If it
+///      fails again (or the locale could not be set), the catalog is not
+///      open.
+///   4. Message 1 must be readable: a catalog without it is closed again and
+///      counts as not open (its string table, if any, then answers).
+/// The locale set in step 1 or 3 stays in force for the whole process
+/// afterwards; the library deliberately does not restore it.
+///
+/// Catalog files are checked before catopen sees them. catopen trusts the
+/// sizes written in a file (a file of twelve bytes can make it die with
+/// SIGBUS), and the file may be chosen by anyone who can set NLSPATH for a
+/// program. So the library looks the file up itself, the way catopen does (a
+/// name with a "/" as it is; else the elements of NLSPATH and then the
+/// platform's default places under /usr/share/locale, with "%N", "%L", "%l",
+/// "%t", "%c" and "%%" replaced; the first file that opens ends the search),
+/// copies it (up to 64 MiB) into a private sealed memory file, checks the copy (the
+/// header, the magic number in either byte order, a hash table size above
+/// 0, both hash tables and every text inside the file) and hands catopen
+/// the copy by its /proc/self/fd name. A file that fails the check is not
+/// open, like a missing one, and nothing is printed. An open catalog keeps
+/// its texts when its file changes or shrinks afterwards. Where /proc is not
+/// mounted, no catalog opens.
+///
+/// Looking up message id N (done by KivClMessage, kiv_message.hpp):
+///   - open catalog: message N of set 1; when it is missing, the text is
+///     "UNABLE TO LOAD MESSAGE #N FROM CATALOG: " and the file name, even if
+///     the string table has entry N (the table is never used while the
+///     catalog is open);
+///   - not open, with a string table and N below its size: entry N;
+///   - otherwise "UNABLE TO LOAD MESSAGE CATALOG: " and the file name.
+/// The fallback texts count as "not loaded".
+///
+/// Deliberately unusual, kept so:
+///   - isValidMessageId() of the catalog is static and only says id > 0 (id 0
+///     is reserved; in the built-in table it is the signature line), while
+///     the proxy's isValidMessageId() and kivMsgCatIsValid() say whether the
+///     text can be loaded, so id 0 of an attached built-in table is valid
+///     there.
+///   - kivMsgCatGetVar always reads the argument after the first insert,
+///     even when the first insert is null: the list must be closed by a null
+///     pointer after at least one insert argument, so a call without inserts
+///     passes two nulls.
+///
+/// Choices made here where the rules leave room:
+///   - The proxy's text buffer holds KIV_MSGCAT_TEXT_BUFFER_SIZE (4104)
+///     characters with its NUL; a longer text (a fallback text with a very
+///     long file name) is cut at 4103 characters.
+///   - The text buffer is overwritten only when the new message is
+///     complete, so an insert may be the text fetched before through the same
+///     handle: kivMsgCatGetVar(h, id, kivMsgCatGet(h, other), nullptr).
+///   - A null name given to kivMsgCatOpen or kivMsgCatOpenOrUseStringTable
+///     counts as the empty name (".cat" then, which is normally not found).
+///     A null handle makes kivMsgCatIsValid answer false and kivMsgCatGet and
+///     kivMsgCatGetVar return null; kivMsgCatClose(null) does nothing.
+///   - useStringTable with a null table removes the table (size 0).
+///   - Calling init() again closes the catalog and opens it anew.
+///   - Ids above the largest int cannot be in a catalog file; they read as
+///     missing there.
+///
+/// Ownership: a string table is not owned and not copied; the caller keeps
+/// it alive as long as the catalog. A proxy made by an open call owns its
+/// catalog unless it was attached to one (kivMsgCatOpenAttach), and both
+/// are allocated through the memory manager; kivMsgCatClose frees them. The
+/// texts returned by kivMsgCatGet and kivMsgCatGetVar live in the handle's
+/// text buffer until the next fetch through the same handle or its closing.
+/// Failure: a catalog that cannot be opened is simply not open (nothing is
+/// thrown or printed); missing messages read as fallback texts. The open
+/// calls throw KivClExceptionFatal from the memory manager when memory runs
+/// out; nothing else here throws.
+///
+/// Locale and threads: every call that opens a catalog (the constructors of
+/// KivClMessageCatalog and of an owning KivClMessageCatalogProxy, init(),
+/// kivMsgCatOpen, kivMsgCatOpenOrUseStringTable, and KivClConsoleUI, which
+/// owns a catalog) calls setlocale(LC_ALL, "") and perhaps setlocale(LC_ALL,
+/// "C"). That sets the locale of the whole process and is not safe while
+/// another thread makes a locale-dependent call (printf and strtod, toupper,
+/// regcomp, the C++ streams, ...): open catalogs before other threads start,
+/// or while none of them runs such calls. It is kept so on purpose - it is
+/// how a catalog finds its language - and the locale is not restored.
+/// Thread safety otherwise: no locking; a handle's text buffer is shared by
+/// all its callers.
 #ifndef KIV_MSGCAT_HPP
 #define KIV_MSGCAT_HPP
 

@@ -1,96 +1,99 @@
-// KIV Library: processes and process launching.
-//
-// Small property classes carry the id of a process (KivClProcessProperty)
-// and of a thread (KivClThreadProperty); KivClProcess ends another process.
-// A launcher (KivClNewSyncProcess, KivClNewAsyncProcess) runs an executable
-// (KivClExeFile, kiv_exefile.hpp) with an argument list built up argument by
-// argument:
-//
-//   KivClExeFile exe("sh");               // completed along "PATH"
-//   KivClNewSyncProcess run(exe);         // argument 0: the executable's name
-//   run.addArgument("-c");
-//   run.addArgument("exit 3");
-//   if (run.launch()) code = run.getExitCode();   // 3
-//
-// Steps of every launch: the error is set to PROCESS_COULD_NOT_LAUNCH /
-// UNKNOWN_PROCESS in advance and one more NUL is appended to the argument
-// stream (prepareLaunch); all buffered C output streams are flushed
-// (fflush(NULL)) so that the child does not write them a second time; then
-// fork. The child builds its argument array with the memory manager
-// (kivMalloc) and calls execve with the executable's name text and the
-// current environment. There is NO search along "PATH" at this point: the
-// name was completed when the KivClExeFile was made, and a bare name that was
-// not found there is run relative to the current directory. When execve
-// fails, the child frees the array and calls exit(-1), so it ends with
-// status 255 (and runs the process's exit handlers, as exit does).
-//
-// Synchronous launch: the parent waits for ANY child of the process (wait),
-// not only for the one it started. A status of 0xFF00 (exit status 255) is
-// taken for a failed execve: launch() returns false with the error set in
-// advance. Otherwise the error is cleared and the exit code is the status
-// shifted right by 8.
-//
-// Asynchronous launch: the child sets SIGCHLD to "ignore" before execve, so
-// the program started inherits that disposition; the parent sets SIGCHLD to
-// "ignore" for the whole calling process (so that the system reaps its
-// children and none becomes a zombie), calls waitpid(pid, WNOHANG) once,
-// clears the error and keeps the child's process id. A failed execve is not
-// seen by an asynchronous launch: it returns true with the id of a child
-// that ends at once with status 255.
-//
-// Deliberately unusual, kept so (do not "fix"):
-//   - A program that itself exits with 255 is reported as not launched.
-//   - The synchronous wait collects whichever child ends first: a child that
-//     the caller started otherwise and that has ended (or ends first) is
-//     taken for the launched program, whose own status is then left
-//     uncollected.
-//   - After any asynchronous launch the calling process ignores SIGCHLD for
-//     good. A later synchronous launch then waits until every child of the
-//     process has ended and collects no status at all: it returns true with
-//     exit code 0 whatever the program did (also for a program that could
-//     not be run). Its result is not meaningful; the library does not
-//     restore the disposition.
-//   - A child ended by a signal has a status below 256, so a synchronous
-//     launch reports success with exit code 0 for it.
-//   - Each launch appends one more NUL to the argument stream. The argument
-//     count does not change, so a second launch runs with the same arguments,
-//     and arguments added after a launch follow an empty one: a launcher with
-//     "a", launched, then given "b" runs the second time with "a" and the
-//     empty text ("b" is beyond the count). Build a fresh launcher per run.
-//
-// Descriptors: every descriptor the library itself opens (files, streams,
-// catalogs, directory walks, dynamic libraries) is close-on-exec, so a
-// launched program inherits none of them. Descriptors that the caller
-// opened without close-on-exec are inherited as usual.
-//
-// Result fields: the exit code (synchronous) and the process id
-// (asynchronous) are 0 before any launch. When fork fails they hold errno,
-// and the error class is OUT_OF_MEMORY for ENOMEM, else UNKNOWN_PROCESS.
-// A synchronous launch reported as not launched leaves the exit code as it
-// was.
-//
-// Choices made here where the rules leave room:
-//   - A wait interrupted by a signal (EINTR) is repeated. When the wait
-//     fails otherwise (there is no child to collect, see above) the status
-//     counts as 0.
-//   - When the argument array cannot be allocated in the child, the memory
-//     manager's exception is caught in the child and the child ends through
-//     exit(-1) like a failed execve: an exception must not travel back into
-//     the caller's code running in a copy of the caller's process.
-//   - KivClProcess::kill refuses the ids 0 and above 2147483647 (they are
-//     not process ids; kill(2) would take them for the process group or for
-//     every process) with PROCESS_COULD_NOT_KILL / INVALID_DATA.
-//   - addArgument also takes int and unsigned int (forwarded to the long and
-//     unsigned long forms), so that a literal such as 3 is not ambiguous.
-//
-// Ownership: a launcher refers to its executable without owning it; the
-// executable must outlive the launcher. The argument stream is owned by the
-// launcher and allocated through the memory manager; addArgument throws the
-// manager's KivClExceptionFatal when memory is exhausted (the stream is then
-// unchanged). Failure: launch() and kill() report through the object's
-// last-error record and their bool result; nothing else fails. Thread
-// safety: none. fork in a process with several threads copies only the
-// calling thread; the SIGCHLD disposition is process-wide.
+/// \file
+/// KIV Library: processes and process launching.
+///
+/// Small property classes carry the id of a process (KivClProcessProperty)
+/// and of a thread (KivClThreadProperty); KivClProcess ends another process.
+/// A launcher (KivClNewSyncProcess, KivClNewAsyncProcess) runs an executable
+/// (KivClExeFile, kiv_exefile.hpp) with an argument list built up argument by
+/// argument:
+///
+/// ~~~{.cpp}
+///   KivClExeFile exe("sh");               // completed along "PATH"
+///   KivClNewSyncProcess run(exe);         // argument 0: the executable's name
+///   run.addArgument("-c");
+///   run.addArgument("exit 3");
+///   if (run.launch()) code = run.getExitCode();   // 3
+/// ~~~
+///
+/// Steps of every launch: the error is set to PROCESS_COULD_NOT_LAUNCH /
+/// UNKNOWN_PROCESS in advance and one more NUL is appended to the argument
+/// stream (prepareLaunch); all buffered C output streams are flushed
+/// (fflush(NULL)) so that the child does not write them a second time; then
+/// fork. The child builds its argument array with the memory manager
+/// (kivMalloc) and calls execve with the executable's name text and the
+/// current environment. There is NO search along "PATH" at this point: the
+/// name was completed when the KivClExeFile was made, and a bare name that was
+/// not found there is run relative to the current directory. When execve
+/// fails, the child frees the array and calls exit(-1), so it ends with
+/// status 255 (and runs the process's exit handlers, as exit does).
+///
+/// Synchronous launch: the parent waits for ANY child of the process (wait),
+/// not only for the one it started. A status of 0xFF00 (exit status 255) is
+/// taken for a failed execve: launch() returns false with the error set in
+/// advance. Otherwise the error is cleared and the exit code is the status
+/// shifted right by 8.
+///
+/// Asynchronous launch: the child sets SIGCHLD to "ignore" before execve, so
+/// the program started inherits that disposition; the parent sets SIGCHLD to
+/// "ignore" for the whole calling process (so that the system reaps its
+/// children and none becomes a zombie), calls waitpid(pid, WNOHANG) once,
+/// clears the error and keeps the child's process id. A failed execve is not
+/// seen by an asynchronous launch: it returns true with the id of a child
+/// that ends at once with status 255.
+///
+/// Deliberately unusual, kept so (do not "fix"):
+///   - A program that itself exits with 255 is reported as not launched.
+///   - The synchronous wait collects whichever child ends first: a child that
+///     the caller started otherwise and that has ended (or ends first) is
+///     taken for the launched program, whose own status is then left
+///     uncollected.
+///   - After any asynchronous launch the calling process ignores SIGCHLD for
+///     good. A later synchronous launch then waits until every child of the
+///     process has ended and collects no status at all: it returns true with
+///     exit code 0 whatever the program did (also for a program that could
+///     not be run). Its result is not meaningful; the library does not
+///     restore the disposition.
+///   - A child ended by a signal has a status below 256, so a synchronous
+///     launch reports success with exit code 0 for it.
+///   - Each launch appends one more NUL to the argument stream. The argument
+///     count does not change, so a second launch runs with the same arguments,
+///     and arguments added after a launch follow an empty one: a launcher with
+///     "a", launched, then given "b" runs the second time with "a" and the
+///     empty text ("b" is beyond the count). Build a fresh launcher per run.
+///
+/// Descriptors: every descriptor the library itself opens (files, streams,
+/// catalogs, directory walks, dynamic libraries) is close-on-exec, so a
+/// launched program inherits none of them. Descriptors that the caller
+/// opened without close-on-exec are inherited as usual.
+///
+/// Result fields: the exit code (synchronous) and the process id
+/// (asynchronous) are 0 before any launch. When fork fails they hold errno,
+/// and the error class is OUT_OF_MEMORY for ENOMEM, else UNKNOWN_PROCESS.
+/// A synchronous launch reported as not launched leaves the exit code as it
+/// was.
+///
+/// Choices made here where the rules leave room:
+///   - A wait interrupted by a signal (EINTR) is repeated. When the wait
+///     fails otherwise (there is no child to collect, see above) the status
+///     counts as 0.
+///   - When the argument array cannot be allocated in the child, the memory
+///     manager's exception is caught in the child and the child ends through
+///     exit(-1) like a failed execve: an exception must not travel back into
+///     the caller's code running in a copy of the caller's process.
+///   - KivClProcess::kill refuses the ids 0 and above 2147483647 (they are
+///     not process ids; kill(2) would take them for the process group or for
+///     every process) with PROCESS_COULD_NOT_KILL / INVALID_DATA.
+///   - addArgument also takes int and unsigned int (forwarded to the long and
+///     unsigned long forms), so that a literal such as 3 is not ambiguous.
+///
+/// Ownership: a launcher refers to its executable without owning it; the
+/// executable must outlive the launcher. The argument stream is owned by the
+/// launcher and allocated through the memory manager; addArgument throws the
+/// manager's KivClExceptionFatal when memory is exhausted (the stream is then
+/// unchanged). Failure: launch() and kill() report through the object's
+/// last-error record and their bool result; nothing else fails. Thread
+/// safety: none. fork in a process with several threads copies only the
+/// calling thread; the SIGCHLD disposition is process-wide.
 #ifndef KIV_PROCESS_HPP
 #define KIV_PROCESS_HPP
 

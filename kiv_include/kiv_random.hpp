@@ -1,31 +1,32 @@
-// KIV Library: the pseudo-random number generator.
-//
-// KivClRandomNumberGenerator is the IBAA generator (indirection, barrel
-// shift, accumulate and add) with 256 words of state and a shift of 8. It
-// yields 32-bit values in batches of 256 and scales each one to the range a
-// caller asks for. A new generator seeds itself from the microseconds of the
-// time of day; init() seeds it again. It is meant for unique names and
-// similar uses, not for anything that needs unpredictability.
-//
-// Deliberate details, kept so that sequences stay reproducible:
-//   - The accumulator (aa) and last result (bb) start at 0 when the object is
-//     made. Seeding does NOT reset them: init() on a generator that has
-//     already produced numbers continues from its current aa and bb, so two
-//     generators give the same sequence only when seeded alike from the same
-//     aa and bb (two new generators seeded alike, or copies of one).
-//   - The seed's lowest bit is forced to 1, so seeds 2 and 3 are the same.
-//   - Seeding uses the multiply-with-remainder step of the minimal standard
-//     generator in wrapping unsigned 64-bit arithmetic, without adding back
-//     2147483647 when the step goes negative.
-//   - Results are handed out from the end of a batch downwards (r[255] first).
-//   - init() and getRandomNumber() are const although they change the state
-//     (it is mutable): drawing a number does not change what the generator
-//     is, only where it stands.
-//
-// Ownership: the state lives inside the object; there is nothing to free.
-// Failure: nothing fails and nothing throws. Thread safety: none, not even
-// for the const functions, which change the state; give each thread its own
-// generator or lock around it.
+/// \file
+/// KIV Library: the pseudo-random number generator.
+///
+/// KivClRandomNumberGenerator is the IBAA generator (indirection, barrel
+/// shift, accumulate and add) with 256 words of state and a shift of 8. It
+/// yields 32-bit values in batches of 256 and scales each one to the range a
+/// caller asks for. A new generator seeds itself from the microseconds of the
+/// time of day; init() seeds it again. It is meant for unique names and
+/// similar uses, not for anything that needs unpredictability.
+///
+/// Deliberate details, kept so that sequences stay reproducible:
+///   - The accumulator (aa) and last result (bb) start at 0 when the object is
+///     made. Seeding does NOT reset them: init() on a generator that has
+///     already produced numbers continues from its current aa and bb, so two
+///     generators give the same sequence only when seeded alike from the same
+///     aa and bb (two new generators seeded alike, or copies of one).
+///   - The seed's lowest bit is forced to 1, so seeds 2 and 3 are the same.
+///   - Seeding uses the multiply-with-remainder step of the minimal standard
+///     generator in wrapping unsigned 64-bit arithmetic, without adding back
+///     2147483647 when the step goes negative.
+///   - Results are handed out from the end of a batch downwards (r[255] first).
+///   - init() and getRandomNumber() are const although they change the state
+///     (it is mutable): drawing a number does not change what the generator
+///     is, only where it stands.
+///
+/// Ownership: the state lives inside the object; there is nothing to free.
+/// Failure: nothing fails and nothing throws. Thread safety: none, not even
+/// for the const functions, which change the state; give each thread its own
+/// generator or lock around it.
 #ifndef KIV_RANDOM_HPP
 #define KIV_RANDOM_HPP
 

@@ -1,36 +1,37 @@
-// KIV Library: string search, wildcard match objects and grep.
-//
-// Three interchangeable pattern objects share one interface: given a text,
-// `getPattern` returns where the pattern occurs in it, or null.
-//   - KivClStringSearch finds a fixed substring with a skip-table search
-//     (bad-character rule, comparing from the right end of the pattern).
-//   - KivClStringMatchWildcards tests a whole text against a wildcard pattern
-//     ("*" and "?", see kivMatchesWildcardPattern in kiv_base.hpp).
-//   - KivClGrep matches a POSIX extended (or caller-flagged) regular
-//     expression through regcomp/regexec.
-// Each can ignore case; note that KivClStringMatchWildcards reads its flag
-// the other way round (true means case-sensitive), see that class.
-//
-// Ownership: the pattern text is the caller's and must outlive the object,
-// except that KivClStringSearch with ignoreCase works on an upper-cased copy
-// that it owns (allocated through kivMalloc, freed in its destructor).
-// Texts handed to getPattern are never copied or changed; a returned pointer
-// points into that text. KivClGrep owns its compiled expression and releases
-// it with regfree. The objects cannot be copied.
-//
-// Failure: there is no error record. A search that finds nothing, a text or
-// pattern that is null, and a regular expression that did not compile all
-// give null from getPattern; KivClGrep::getCompileResult() tells the regcomp
-// result. The only exception is the KivClExceptionFatal of the memory
-// manager when the ignore-case copy of KivClStringSearch cannot be allocated.
-// A KivClGrep pattern with nested repetitions can make regcomp take memory
-// and time exponential in the nesting (see KivClGrep).
-//
-// Thread safety: after construction the objects are read-only; getPattern may
-// be called from several threads on the same object (regexec takes its own
-// lock). Upper-casing follows the locale of the moment of each call (the
-// pattern: the locale at construction), so do not switch the locale while
-// another thread searches.
+/// \file
+/// KIV Library: string search, wildcard match objects and grep.
+///
+/// Three interchangeable pattern objects share one interface: given a text,
+/// `getPattern` returns where the pattern occurs in it, or null.
+///   - KivClStringSearch finds a fixed substring with a skip-table search
+///     (bad-character rule, comparing from the right end of the pattern).
+///   - KivClStringMatchWildcards tests a whole text against a wildcard pattern
+///     ("*" and "?", see kivMatchesWildcardPattern in kiv_base.hpp).
+///   - KivClGrep matches a POSIX extended (or caller-flagged) regular
+///     expression through regcomp/regexec.
+/// Each can ignore case; note that KivClStringMatchWildcards reads its flag
+/// the other way round (true means case-sensitive), see that class.
+///
+/// Ownership: the pattern text is the caller's and must outlive the object,
+/// except that KivClStringSearch with ignoreCase works on an upper-cased copy
+/// that it owns (allocated through kivMalloc, freed in its destructor).
+/// Texts handed to getPattern are never copied or changed; a returned pointer
+/// points into that text. KivClGrep owns its compiled expression and releases
+/// it with regfree. The objects cannot be copied.
+///
+/// Failure: there is no error record. A search that finds nothing, a text or
+/// pattern that is null, and a regular expression that did not compile all
+/// give null from getPattern; KivClGrep::getCompileResult() tells the regcomp
+/// result. The only exception is the KivClExceptionFatal of the memory
+/// manager when the ignore-case copy of KivClStringSearch cannot be allocated.
+/// A KivClGrep pattern with nested repetitions can make regcomp take memory
+/// and time exponential in the nesting (see KivClGrep).
+///
+/// Thread safety: after construction the objects are read-only; getPattern may
+/// be called from several threads on the same object (regexec takes its own
+/// lock). Upper-casing follows the locale of the moment of each call (the
+/// pattern: the locale at construction), so do not switch the locale while
+/// another thread searches.
 #ifndef KIV_STRMATCH_HPP
 #define KIV_STRMATCH_HPP
 

@@ -1,50 +1,53 @@
-// The trace facility of a process: the trace instance and the flat
-// interface that applications trace through.
-//
-// A process has at most one KivClTraceInstance, the singleton. It owns the
-// trace environment of one trace key (KivClTraceEnvironment: settings from
-// the environment variables of the key, the ring buffer, the autosave to the
-// trace file), decides for every call whether it is recorded, keeps the
-// function nesting level, and lets an application put a callback of its own
-// in place of the library's back end (the buffer).
-//
-// Typical use: create the instance once, at start-up, then trace through
-// the flat interface, testing whether tracing is on first:
-//
-//   kivTraceCreateInstance("myapp", nullptr);   // reads MYAPP_TRACE_...
-//   ...
-//   if (kivTraceIsEnabled())
-//     kivTraceDump(KIV_TRACE_DETAIL_MED, 3, KIV_TRACE_TYPE_CSTRING, "open", "file", name,
-//                  std::strlen(name));
-//
-// kivTraceDump and kivTraceFlush use the enabled instance WITHOUT testing
-// it: calling them while tracing is off dereferences null. The test
-// kivTraceIsEnabled() is one load of gs_pclKivTraceInstance and a branch;
-// it is inline, and the library exports an out-of-line copy as well.
-//
-// States: none (no singleton) -> created (inactive unless the key's
-// "_TRACE_ACTIVE" variable enables it) -> enabled (published in
-// gs_pclKivTraceInstance) <-> disabled (flushed, not published). The
-// singleton is deleted by deleteInstance() or, at the latest, when the
-// library is unloaded or the process ends; deleting it flushes, so pending
-// entries reach the trace file with autosave on.
-//
-// Ownership: the singleton is allocated through the memory manager and owns
-// its environment; an out-of-memory failure there is the memory manager's
-// fatal exception (outOfMemory), and a partly built instance is freed. No
-// trace operation reports an error to its caller.
-//
-// Threads: create and delete the instance, activate, enable and disable it,
-// and register callbacks while no other thread traces. Once it is enabled,
-// any number of threads may call kivTraceDump and kivTraceFlush at once:
-// each entry is written into the buffer (and handed to the trace file)
-// whole, under the buffer's lock, so entries of different threads never
-// interleave; the entries of one thread keep their order. The nesting level
-// stays ONE counter for the process, raised and lowered atomically: with
-// several threads its values interleave as their calls do. A function
-// entry or exit records the level as it was right after its own change (the
-// value is copied before the record is written, so that another thread's
-// change cannot tear it).
+/// \file
+/// The trace facility of a process: the trace instance and the flat
+/// interface that applications trace through.
+///
+/// A process has at most one KivClTraceInstance, the singleton. It owns the
+/// trace environment of one trace key (KivClTraceEnvironment: settings from
+/// the environment variables of the key, the ring buffer, the autosave to the
+/// trace file), decides for every call whether it is recorded, keeps the
+/// function nesting level, and lets an application put a callback of its own
+/// in place of the library's back end (the buffer).
+///
+/// Typical use: create the instance once, at start-up, then trace through
+/// the flat interface, testing whether tracing is on first:
+///
+/// ~~~{.cpp}
+///   kivTraceCreateInstance("myapp", nullptr);   // reads MYAPP_TRACE_...
+///   ...
+///   if (kivTraceIsEnabled())
+///     kivTraceDump(KIV_TRACE_DETAIL_MED, 3, KIV_TRACE_TYPE_CSTRING, "open", "file", name,
+///                  std::strlen(name));
+/// ~~~
+///
+/// kivTraceDump and kivTraceFlush use the enabled instance WITHOUT testing
+/// it: calling them while tracing is off dereferences null. The test
+/// kivTraceIsEnabled() is one load of gs_pclKivTraceInstance and a branch;
+/// it is inline, and the library exports an out-of-line copy as well.
+///
+/// States: none (no singleton) -> created (inactive unless the key's
+/// "_TRACE_ACTIVE" variable enables it) -> enabled (published in
+/// gs_pclKivTraceInstance) <-> disabled (flushed, not published). The
+/// singleton is deleted by deleteInstance() or, at the latest, when the
+/// library is unloaded or the process ends; deleting it flushes, so pending
+/// entries reach the trace file with autosave on.
+///
+/// Ownership: the singleton is allocated through the memory manager and owns
+/// its environment; an out-of-memory failure there is the memory manager's
+/// fatal exception (outOfMemory), and a partly built instance is freed. No
+/// trace operation reports an error to its caller.
+///
+/// Threads: create and delete the instance, activate, enable and disable it,
+/// and register callbacks while no other thread traces. Once it is enabled,
+/// any number of threads may call kivTraceDump and kivTraceFlush at once:
+/// each entry is written into the buffer (and handed to the trace file)
+/// whole, under the buffer's lock, so entries of different threads never
+/// interleave; the entries of one thread keep their order. The nesting level
+/// stays ONE counter for the process, raised and lowered atomically: with
+/// several threads its values interleave as their calls do. A function
+/// entry or exit records the level as it was right after its own change (the
+/// value is copied before the record is written, so that another thread's
+/// change cannot tear it).
 #ifndef KIV_TRACE_HPP
 #define KIV_TRACE_HPP
 
@@ -140,6 +143,7 @@ class KIV_EXPORT KivClTraceInstance {
 
   /// The trace environment (owned by the instance).
   KivClTraceEnvironment& getEnvironment() noexcept { return *m_pclEnvironment; }
+  /// The trace environment of a const instance (owned by the instance).
   const KivClTraceEnvironment& getEnvironment() const noexcept { return *m_pclEnvironment; }
   /// The current nesting level.
   std::int64_t getNestingLevel() const noexcept {

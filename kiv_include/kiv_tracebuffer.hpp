@@ -1,68 +1,69 @@
-// KIV Library: trace resource keys, the trace buffer access guard and the
-// trace buffer manager.
-//
-// Trace entries of one trace key are written into one ring buffer. A
-// resource key names the trace's resources: a name of at most 255
-// characters built from a type, a key and an optional instance, "cleaned" so
-// that it holds only the 65 characters of the name alphabet
-// "a-z A-Z 0-9 _ - @" and ":" (see KivClResourceKeyABase). The name of a
-// trace is what a verbose trace reports, and what a port that shares a
-// buffer between processes would name its semaphore after.
-//
-// The buffer manager works on caller memory: a buffer of N bytes starts with
-// a 48-byte header (_KivStTraceBufferHeader) followed by the data area of
-// N - 48 bytes, which is written as a ring. Whenever the ring has made a
-// full turn, and on flush(), the bytes not yet handed over are passed to an
-// overflow callback (the trace environment's autosave handler) before they
-// are overwritten. The positions in the header are addresses, so a header is
-// valid only at the address where it was set up.
-//
-// Ownership: the manager neither owns nor frees the buffer; the resource key
-// given to the manager is referenced, not copied, and must outlive it.
-// Failure: nothing here reports an error or throws. Names that would not fit
-// the 256-byte name are cut at 255 characters; callers keep names shorter.
-//
-// Threads. The access guard (KivClTraceBufferAccessSemaphore) takes a real
-// process-local lock that belongs to the resource key it is built from. The
-// buffer manager takes it around every access it makes on its own behalf:
-// writing an entry (write(const KivClTraceEntry&)) and flush(). So, for one
-// manager:
-//   - write(const KivClTraceEntry&) and flush() may be called from several
-//     threads at once; each entry (record and data) lands in the ring as one
-//     contiguous piece, never interleaved with another thread's, and every
-//     hand-over to the callback runs under the lock, so the callback sees
-//     whole entries in the order they were written and is never run twice
-//     at once;
-//   - the raw ring write write(const char*, unsigned long) and overflow()
-//     take nothing themselves: call them only while holding the guard;
-//   - construction, destruction and installing or removing the callback are
-//     not synchronised: do them while no other thread uses the manager;
-//   - the lock is recursive for the thread that holds it, so a callback that
-//     comes back into the same manager on its own thread behaves as it would
-//     without the lock instead of deadlocking.
-// As with any process-local lock, a child made by fork() while another
-// thread writes an entry must not trace before it calls exec.
-// A single-threaded caller sees exactly the same bytes, positions and
-// callbacks as without the lock. Resource keys themselves are plain values:
-// one thread at a time per object (the guard only reads the key).
-//
-// The lock is a futex-based mutex: one compare-and-swap to take and one
-// exchange to give back when uncontended; a contended thread sleeps in the
-// kernel until the holder wakes it. It was measured against a spinning lock
-// (test-and-test-and-set with pause, yielding after 100 spins) with
-// bench/trace_lock_bench.cpp on a shared 2-core machine, CPU time per
-// locked 64-byte write (medians of 3):
-//   - one thread, uncontended: futex 7.7 ns, spinning 4.3 ns (the futex
-//     lock's release is an atomic exchange, the spinning lock's a store);
-//   - 4 threads, writes only: futex 13.8 ns, spinning 6.7 ns;
-//   - 4 threads, and every 64th write appends 4 KB to a file under the lock
-//     (open, write, close, as the autosave handler does): futex 157 ns
-//     (294 ns wall), spinning 243 ns (445 ns wall).
-// The spinning lock is cheaper while the lock is held only for a copy, but
-// whenever the holder is in the file system the spinners burn the cores
-// that the holder and the application need; the futex lock costs about 3 ns
-// more per entry when uncontended and never burns a core. Tracing with
-// autosave is the case that contends, so the futex lock is used.
+/// \file
+/// KIV Library: trace resource keys, the trace buffer access guard and the
+/// trace buffer manager.
+///
+/// Trace entries of one trace key are written into one ring buffer. A
+/// resource key names the trace's resources: a name of at most 255
+/// characters built from a type, a key and an optional instance, "cleaned" so
+/// that it holds only the 65 characters of the name alphabet
+/// `a-z A-Z 0-9 _ - @` and ":" (see KivClResourceKeyABase). The name of a
+/// trace is what a verbose trace reports, and what a port that shares a
+/// buffer between processes would name its semaphore after.
+///
+/// The buffer manager works on caller memory: a buffer of N bytes starts with
+/// a 48-byte header (_KivStTraceBufferHeader) followed by the data area of
+/// N - 48 bytes, which is written as a ring. Whenever the ring has made a
+/// full turn, and on flush(), the bytes not yet handed over are passed to an
+/// overflow callback (the trace environment's autosave handler) before they
+/// are overwritten. The positions in the header are addresses, so a header is
+/// valid only at the address where it was set up.
+///
+/// Ownership: the manager neither owns nor frees the buffer; the resource key
+/// given to the manager is referenced, not copied, and must outlive it.
+/// Failure: nothing here reports an error or throws. Names that would not fit
+/// the 256-byte name are cut at 255 characters; callers keep names shorter.
+///
+/// Threads. The access guard (KivClTraceBufferAccessSemaphore) takes a real
+/// process-local lock that belongs to the resource key it is built from. The
+/// buffer manager takes it around every access it makes on its own behalf:
+/// writing an entry (write(const KivClTraceEntry&)) and flush(). So, for one
+/// manager:
+///   - write(const KivClTraceEntry&) and flush() may be called from several
+///     threads at once; each entry (record and data) lands in the ring as one
+///     contiguous piece, never interleaved with another thread's, and every
+///     hand-over to the callback runs under the lock, so the callback sees
+///     whole entries in the order they were written and is never run twice
+///     at once;
+///   - the raw ring write write(const char*, unsigned long) and overflow()
+///     take nothing themselves: call them only while holding the guard;
+///   - construction, destruction and installing or removing the callback are
+///     not synchronised: do them while no other thread uses the manager;
+///   - the lock is recursive for the thread that holds it, so a callback that
+///     comes back into the same manager on its own thread behaves as it would
+///     without the lock instead of deadlocking.
+/// As with any process-local lock, a child made by fork() while another
+/// thread writes an entry must not trace before it calls exec.
+/// A single-threaded caller sees exactly the same bytes, positions and
+/// callbacks as without the lock. Resource keys themselves are plain values:
+/// one thread at a time per object (the guard only reads the key).
+///
+/// The lock is a futex-based mutex: one compare-and-swap to take and one
+/// exchange to give back when uncontended; a contended thread sleeps in the
+/// kernel until the holder wakes it. It was measured against a spinning lock
+/// (test-and-test-and-set with pause, yielding after 100 spins) with
+/// bench/trace_lock_bench.cpp on a shared 2-core machine, CPU time per
+/// locked 64-byte write (medians of 3):
+///   - one thread, uncontended: futex 7.7 ns, spinning 4.3 ns (the futex
+///     lock's release is an atomic exchange, the spinning lock's a store);
+///   - 4 threads, writes only: futex 13.8 ns, spinning 6.7 ns;
+///   - 4 threads, and every 64th write appends 4 KB to a file under the lock
+///     (open, write, close, as the autosave handler does): futex 157 ns
+///     (294 ns wall), spinning 243 ns (445 ns wall).
+/// The spinning lock is cheaper while the lock is held only for a copy, but
+/// whenever the holder is in the file system the spinners burn the cores
+/// that the holder and the application need; the futex lock costs about 3 ns
+/// more per entry when uncontended and never burns a core. Tracing with
+/// autosave is the case that contends, so the futex lock is used.
 #ifndef KIV_TRACEBUFFER_HPP
 #define KIV_TRACEBUFFER_HPP
 
@@ -78,7 +79,7 @@ class KivClTraceEntry;
 /// the user part (everything after the type and its ":").
 ///
 /// Cleaning maps each character: "/" becomes ":"; a character of the name
-/// alphabet "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-@"
+/// alphabet `abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-@`
 /// stays; any other character c becomes the alphabet character at index
 /// (c as an unsigned byte) modulo 65. The mapping is many-to-one on purpose
 /// (a space becomes "G", "?" becomes "-", "." becomes "U"): names only need
@@ -170,6 +171,7 @@ class KIV_EXPORT KivClResourceKeySemaphore : public KivClResourceKeyABase {
  public:
   /// The key "???:<key>[:<instance>]"; the instance may be null.
   KivClResourceKeySemaphore(const char* key, const char* instance) noexcept;
+  /// Copies the name; the copy has a lock of its own, free.
   KivClResourceKeySemaphore(const KivClResourceKeySemaphore& other) noexcept;
   /// Copies the name only; this key's lock is left as it is (do not assign
   /// to a key whose lock is held).
@@ -187,6 +189,8 @@ class KIV_EXPORT KivClResourceKeySemaphore : public KivClResourceKeyABase {
 /// outlive the guard. Not copyable.
 class KIV_EXPORT KivClTraceBufferAccessSemaphore {
  public:
+  /// Takes the lock of `key`, sleeping while another thread holds it; on the
+  /// thread that holds it already, only counts one more take.
   explicit KivClTraceBufferAccessSemaphore(const KivClResourceKeySemaphore& key) noexcept
       : m_rLock(key.m_lock) {
     m_rLock.lock();

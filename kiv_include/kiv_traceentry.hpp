@@ -1,45 +1,48 @@
-// KIV Library: trace entries, their record layout and the 6-bit text code.
-//
-// Every traced event becomes one entry: a fixed part of 20 bytes, the
-// message text and the function name text (each at most 255 stored bytes),
-// and then the caller's data bytes. The record (fixed part and texts) and
-// the data are written into the trace buffer as two pieces and reach the
-// trace file unchanged, so this layout is also the trace file format. All
-// fields are in the machine's own byte order, without padding:
-//
-//   offset size field
-//        0    1 bits 0-4 data type (KivEnTraceDataType), bit 5 texts
-//               compressed, bits 6-7 detail level (KivEnTraceDetail)
-//        1    1 component id (low 8 bits of the caller's 16-bit id)
-//        2    1 m: stored length of the message text
-//        3    1 n: stored length of the function name text
-//        4    4 time stamp (kivGetTimeStamp; always 0 in this library)
-//        8    4 process id, as the trace environment recorded it
-//       12    4 thread id (KivClThreadProperty; 0 in this library)
-//       16    4 data length in bytes
-//       20    m message text, no terminating zero
-//   20 + m    n function name text, no terminating zero
-//
-// The data bytes follow the record; a trace file is nothing but record and
-// data pairs in the order written, with no header and no separator.
-//
-// With compression on (flag 1 of the trace settings), both texts are stored
-// in a 6-bit code: a space, ",&*:_~()<>", "A"-"Z" and "a"-"z" have the code
-// values 0 to 62 in that order; any other byte is written as the escape 63
-// followed by the byte itself in 8 bits. The byte 255 deliberately has code
-// 0 as well, so it comes back as a space. Bits are written from the most
-// significant bit of each byte down, and the last byte is filled with one
-// bits.
-//
-// Ownership: an entry refers to its trace environment and to the caller's
-// data (neither copied nor owned; both must outlive the entry until it is
-// written). Failure: building an entry never fails: a null data pointer
-// becomes type 6 with no data, data longer than the buffer's data area are
-// clipped to it (type 5), and texts that do not fit 255 stored bytes are cut
-// without a mark. Reading a trace file ends, returning false, at the first
-// entry whose fixed part or texts cannot be read whole. Thread safety:
-// entries are plain values built on the caller's stack, one thread per
-// object; the compression functions are reentrant.
+/// \file
+/// KIV Library: trace entries, their record layout and the 6-bit text code.
+///
+/// Every traced event becomes one entry: a fixed part of 20 bytes, the
+/// message text and the function name text (each at most 255 stored bytes),
+/// and then the caller's data bytes. The record (fixed part and texts) and
+/// the data are written into the trace buffer as two pieces and reach the
+/// trace file unchanged, so this layout is also the trace file format. All
+/// fields are in the machine's own byte order, without padding:
+///
+/// ~~~
+///   offset size field
+///        0    1 bits 0-4 data type (KivEnTraceDataType), bit 5 texts
+///               compressed, bits 6-7 detail level (KivEnTraceDetail)
+///        1    1 component id (low 8 bits of the caller's 16-bit id)
+///        2    1 m: stored length of the message text
+///        3    1 n: stored length of the function name text
+///        4    4 time stamp (kivGetTimeStamp; always 0 in this library)
+///        8    4 process id, as the trace environment recorded it
+///       12    4 thread id (KivClThreadProperty; 0 in this library)
+///       16    4 data length in bytes
+///       20    m message text, no terminating zero
+///   20 + m    n function name text, no terminating zero
+/// ~~~
+///
+/// The data bytes follow the record; a trace file is nothing but record and
+/// data pairs in the order written, with no header and no separator.
+///
+/// With compression on (flag 1 of the trace settings), both texts are stored
+/// in a 6-bit code: a space, ",&*:_~()<>", "A"-"Z" and "a"-"z" have the code
+/// values 0 to 62 in that order; any other byte is written as the escape 63
+/// followed by the byte itself in 8 bits. The byte 255 deliberately has code
+/// 0 as well, so it comes back as a space. Bits are written from the most
+/// significant bit of each byte down, and the last byte is filled with one
+/// bits.
+///
+/// Ownership: an entry refers to its trace environment and to the caller's
+/// data (neither copied nor owned; both must outlive the entry until it is
+/// written). Failure: building an entry never fails: a null data pointer
+/// becomes type 6 with no data, data longer than the buffer's data area are
+/// clipped to it (type 5), and texts that do not fit 255 stored bytes are cut
+/// without a mark. Reading a trace file ends, returning false, at the first
+/// entry whose fixed part or texts cannot be read whole. Thread safety:
+/// entries are plain values built on the caller's stack, one thread per
+/// object; the compression functions are reentrant.
 #ifndef KIV_TRACEENTRY_HPP
 #define KIV_TRACEENTRY_HPP
 
@@ -177,9 +180,14 @@ class KIV_EXPORT KivClTraceEntry {
   /// Clears the record area, the record length and the data pointer.
   void clear() noexcept;
 
+  /// The trace environment the entry belongs to (not owned): its settings
+  /// decide on compression, and it keeps the compression rate.
   const KivClTraceEnvironment& m_rEnvironment;
+  /// The record: the fixed part, then the stored message and function texts.
   char m_achRecord[RECORD_AREA_SIZE];
+  /// Bytes of the record in use (getRecordLength()); 0 for an empty entry.
   unsigned long m_ulRecordLength;
+  /// The caller's data, not copied (getData()); null when there is none.
   const void* m_pvData;
 };
 

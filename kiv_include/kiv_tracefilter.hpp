@@ -1,25 +1,26 @@
-// KIV Library: the trace filter.
-//
-// A KivClTraceFilter decides which trace entries count. The trace back end
-// applies it while recording (detail and component id only), and the trace
-// formatter applies it while formatting a trace file (all four tests: detail,
-// component id, process id and thread id).
-//
-// The filter is a plain record of fixed layout, because it is laid inside
-// the trace settings record, which can live in memory that the caller
-// provides: a 32-bit detail level, a 32-bit process id, a 32-bit thread id
-// and a 256-bit component id set, in that order, 44 bytes with no padding.
-// It owns nothing and holds no pointers, so it may be copied byte for byte.
-//
-// Component ids run from 0 to 255. Id 0 means "no component": it passes
-// every set, and its bit is never consulted. Component id lists, as read
-// from the settings environment and from formatter options, are texts like
-// "1.5,-3" or "*,-7" (see enableComponentIds).
-//
-// Failure: nothing here fails or throws. Texts that make no sense give the
-// neutral value (detail OFF, id 0); ids beyond 255 are ignored. Thread
-// safety: none; a filter is read by the tracing threads and changed only
-// while nobody traces.
+/// \file
+/// KIV Library: the trace filter.
+///
+/// A KivClTraceFilter decides which trace entries count. The trace back end
+/// applies it while recording (detail and component id only), and the trace
+/// formatter applies it while formatting a trace file (all four tests: detail,
+/// component id, process id and thread id).
+///
+/// The filter is a plain record of fixed layout, because it is laid inside
+/// the trace settings record, which can live in memory that the caller
+/// provides: a 32-bit detail level, a 32-bit process id, a 32-bit thread id
+/// and a 256-bit component id set, in that order, 44 bytes with no padding.
+/// It owns nothing and holds no pointers, so it may be copied byte for byte.
+///
+/// Component ids run from 0 to 255. Id 0 means "no component": it passes
+/// every set, and its bit is never consulted. Component id lists, as read
+/// from the settings environment and from formatter options, are texts like
+/// "1.5,-3" or "*,-7" (see enableComponentIds).
+///
+/// Failure: nothing here fails or throws. Texts that make no sense give the
+/// neutral value (detail OFF, id 0); ids beyond 255 are ignored. Thread
+/// safety: none; a filter is read by the tracing threads and changed only
+/// while nobody traces.
 #ifndef KIV_TRACEFILTER_HPP
 #define KIV_TRACEFILTER_HPP
 

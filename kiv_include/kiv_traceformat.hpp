@@ -1,120 +1,127 @@
-// KIV Library: the trace file formatter.
-//
-// KivClTraceFormatter turns a trace file (see kiv_traceentry.hpp for its
-// record layout) into readable text. It reads the file entry by entry,
-// selects entries with a trace filter and writes each selected entry to an
-// output stream as a format string says. Formatting streams: one entry's
-// record is held at a time and data bytes pass through a small fixed
-// buffer, so memory stays flat whatever the size of the file.
-//
-// The format string language. Characters are copied as they are, except:
-//   %x  the entry's type, short name ("FE", "DA", "i32", ...)
-//   %X  the entry's type, long name ("FUNCTION ENTRY", "DATA", ...)
-//   %l  the detail level: "OFF", "LOW", "MED" or "HIGH"
-//   %s  the time stamp, decimal
-//   %c  the component id, decimal
-//   %p  the process id, decimal
-//   %t  the thread id, decimal
-//   %f  the function name, when the function header is shown for this
-//       entry (see the switches); otherwise nothing
-//   %m  the message text
-//   %d  the entry's data, displayed by its type (below)
-//   %n  a line end, then the indentation
-//   %%  a percent sign; "%" and any other character: a percent sign (the
-//       character is dropped); a "%" at the very end: a percent sign
-//   \\  a backslash; \n a line end, then the indentation; \t a tab; "\"
-//       and any other character: that character; a "\" at the very end:
-//       a backslash
-//
-// Data display (%d), by type:
-//   none (0), NO DATA (3)   nothing
-//   FE, FX (1, 2)           "Nesting level: " and the signed 64-bit level
-//   DATA (4)                "<n> Bytes HEX:" then, on lines of their own
-//                           (each begun by a line end and the indentation),
-//                           the hexadecimal dump lines of KivClStrepHexDump
-//                           with the offset in the data as their address
-//   DATA clipped (5)        as DATA, then " *** Clipped ***"
-//   DATA null pointer (6)   "*** Illegal NULL pointer ***"
-//   Address (7)             the address as KivClStrepAddress writes it
-//   C string (8)            the characters up to the first zero byte, each
-//                           control character (below 0x20, and 0x7F) as "."
-//   Unicode (9)             the 16-bit characters (machine order) up to the
-//                           first zero character, as UTF-8; a lone
-//                           surrogate as U+FFFD, controls (also U+0080 to
-//                           U+009F) as "."
-//   bool (10)               "true" or "false"
-//   integers (11 to 18)     decimal; with the hex switch also " 0x" and the
-//                           value's bytes in upper-case hexadecimal (two
-//                           digits a byte), with the binary switch also
-//                           " 0b" and its bits (eight a byte)
-//   float, double, long double (19 to 21)
-//                           the shortest decimal text that reads back as
-//                           the same value
-// Data whose length does not fit its type (an integer of the wrong width,
-// an address that is neither 4 nor 8 bytes, odd Unicode, bytes for a type
-// that has none) is shown as DATA is, so nothing in a file is hidden.
-// Data of up to WORK_SIZE bytes are read before the entry is formatted, so
-// "%d" may appear any number of times (or not at all) in a format; longer
-// data are streamed through by the first "%d" (a later one shows nothing)
-// and skipped after the entry when the format has none.
-//
-// Switches (all off at construction):
-//   nesting      function entries and exits indent what lies between them:
-//                the indentation level follows the nesting level each
-//                entry and exit records (an entry is shown one level out
-//                from the functions it opens). Every line is indented at
-//                the level of the entry whose text begins it: the
-//                indentation after a line end is written just before the
-//                line's first character, so a format that ends in %n
-//                indents the next entry's first line at that entry's level
-//                (and the first entry is indented too). The
-//                indentation string is the one set with
-//                setDisplayIndentation; without one nothing is indented
-//                (callers that want nesting visible by default set
-//                DEFAULT_INDENTATION). The level is capped at
-//                MAX_INDENTATION_LEVEL.
-//   no function headers       %f never shows anything.
-//   skip subsequent function headers
-//                %f shows the function name only when it differs from the
-//                function name of the entry formatted before (so a run of
-//                entries of one function shows its name once).
-//   hex, binary  integral data are shown in those notations, too.
-// Without nesting the indentation level stays 0, so an indentation string
-// alone changes nothing.
-//
-// Messages. The formatter's display texts are fetched by getMessage from
-// the attached message catalog, or else from the library's built-in message
-// table: MSG_BYTES (189) "Bytes", MSG_CLIPPED (190) " *** Clipped ***",
-// MSG_NULL_POINTER (191) "*** Illegal NULL pointer ***", MSG_NESTING_LEVEL
-// (192) "Nesting level: ".
-//
-// Failure. All failures are exceptions carrying an error id of
-// kiv_errorids.hpp:
-//   - the output stream is not in a good state when format() begins:
-//     KivClExceptionFatal, KIV_TRACEFORMAT_COULD_NOT_OPEN, before anything
-//     is read;
-//   - the trace file cannot be opened: KivClException,
-//     KIV_TRACEFORMAT_COULD_NOT_OPEN, cause the file name;
-//   - the file ends inside an entry (bytes are left that do not make a
-//     whole entry): KivClException, KIV_TRACEFORMAT_UNEXPECTED_EOF;
-//   - data that cannot be an entry (a type beyond the table, a data length
-//     beyond the largest trace buffer, MAX_DATA_LENGTH): KivClException,
-//     KIV_TRACEFORMAT_FILE_CORRUPTED.
-// In the last two cases every entry before the faulty one has been written
-// to the output (and counted) before the exception is thrown; an entry
-// whose data are cut short may have shown part of its data. The exception's
-// cause is the empty text for these two; its module and line are the throw
-// site.
-//
-// Ownership: the formatter keeps references and pointers only: the
-// environment, the filter, the format string, the indentation string and
-// the catalog must outlive it (or the calls that use them). It opens the
-// trace file itself in format() (close-on-exec) and closes it before
-// returning or throwing.
-//
-// Thread safety: none. format() is const, but the formatter keeps the state
-// of the current call (output stream, count, indentation, function header
-// state) in itself: use one formatter in one thread at a time.
+/// \file
+/// KIV Library: the trace file formatter.
+///
+/// KivClTraceFormatter turns a trace file (see kiv_traceentry.hpp for its
+/// record layout) into readable text. It reads the file entry by entry,
+/// selects entries with a trace filter and writes each selected entry to an
+/// output stream as a format string says. Formatting streams: one entry's
+/// record is held at a time and data bytes pass through a small fixed
+/// buffer, so memory stays flat whatever the size of the file.
+///
+/// The format string language. Characters are copied as they are, except:
+/// ~~~
+///   %x  the entry's type, short name ("FE", "DA", "i32", ...)
+///   %X  the entry's type, long name ("FUNCTION ENTRY", "DATA", ...)
+///   %l  the detail level: "OFF", "LOW", "MED" or "HIGH"
+///   %s  the time stamp, decimal
+///   %c  the component id, decimal
+///   %p  the process id, decimal
+///   %t  the thread id, decimal
+///   %f  the function name, when the function header is shown for this
+///       entry (see the switches); otherwise nothing
+///   %m  the message text
+///   %d  the entry's data, displayed by its type (below)
+///   %n  a line end, then the indentation
+///   %%  a percent sign; "%" and any other character: a percent sign (the
+///       character is dropped); a "%" at the very end: a percent sign
+///   \\  a backslash; \n a line end, then the indentation; \t a tab; "\"
+///       and any other character: that character; a "\" at the very end:
+///       a backslash
+/// ~~~
+///
+/// Data display ("%d"), by type:
+/// ~~~
+///   none (0), NO DATA (3)   nothing
+///   FE, FX (1, 2)           "Nesting level: " and the signed 64-bit level
+///   DATA (4)                "<n> Bytes HEX:" then, on lines of their own
+///                           (each begun by a line end and the indentation),
+///                           the hexadecimal dump lines of KivClStrepHexDump
+///                           with the offset in the data as their address
+///   DATA clipped (5)        as DATA, then " *** Clipped ***"
+///   DATA null pointer (6)   "*** Illegal NULL pointer ***"
+///   Address (7)             the address as KivClStrepAddress writes it
+///   C string (8)            the characters up to the first zero byte, each
+///                           control character (below 0x20, and 0x7F) as "."
+///   Unicode (9)             the 16-bit characters (machine order) up to the
+///                           first zero character, as UTF-8; a lone
+///                           surrogate as U+FFFD, controls (also U+0080 to
+///                           U+009F) as "."
+///   bool (10)               "true" or "false"
+///   integers (11 to 18)     decimal; with the hex switch also " 0x" and the
+///                           value's bytes in upper-case hexadecimal (two
+///                           digits a byte), with the binary switch also
+///                           " 0b" and its bits (eight a byte)
+///   float, double, long double (19 to 21)
+///                           the shortest decimal text that reads back as
+///                           the same value
+/// ~~~
+/// Data whose length does not fit its type (an integer of the wrong width,
+/// an address that is neither 4 nor 8 bytes, odd Unicode, bytes for a type
+/// that has none) is shown as DATA is, so nothing in a file is hidden.
+/// Data of up to WORK_SIZE bytes are read before the entry is formatted, so
+/// "%d" may appear any number of times (or not at all) in a format; longer
+/// data are streamed through by the first "%d" (a later one shows nothing)
+/// and skipped after the entry when the format has none.
+///
+/// Switches (all off at construction):
+/// ~~~
+///   nesting      function entries and exits indent what lies between them:
+///                the indentation level follows the nesting level each
+///                entry and exit records (an entry is shown one level out
+///                from the functions it opens). Every line is indented at
+///                the level of the entry whose text begins it: the
+///                indentation after a line end is written just before the
+///                line's first character, so a format that ends in %n
+///                indents the next entry's first line at that entry's level
+///                (and the first entry is indented too). The
+///                indentation string is the one set with
+///                setDisplayIndentation; without one nothing is indented
+///                (callers that want nesting visible by default set
+///                DEFAULT_INDENTATION). The level is capped at
+///                MAX_INDENTATION_LEVEL.
+///   no function headers       %f never shows anything.
+///   skip subsequent function headers
+///                %f shows the function name only when it differs from the
+///                function name of the entry formatted before (so a run of
+///                entries of one function shows its name once).
+///   hex, binary  integral data are shown in those notations, too.
+/// ~~~
+/// Without nesting the indentation level stays 0, so an indentation string
+/// alone changes nothing.
+///
+/// Messages. The formatter's display texts are fetched by getMessage from
+/// the attached message catalog, or else from the library's built-in message
+/// table: MSG_BYTES (189) "Bytes", MSG_CLIPPED (190) " *** Clipped ***",
+/// MSG_NULL_POINTER (191) "*** Illegal NULL pointer ***", MSG_NESTING_LEVEL
+/// (192) "Nesting level: ".
+///
+/// Failure. All failures are exceptions carrying an error id of
+/// kiv_errorids.hpp:
+///   - the output stream is not in a good state when format() begins:
+///     KivClExceptionFatal, KIV_TRACEFORMAT_COULD_NOT_OPEN, before anything
+///     is read;
+///   - the trace file cannot be opened: KivClException,
+///     KIV_TRACEFORMAT_COULD_NOT_OPEN, cause the file name;
+///   - the file ends inside an entry (bytes are left that do not make a
+///     whole entry): KivClException, KIV_TRACEFORMAT_UNEXPECTED_EOF;
+///   - data that cannot be an entry (a type beyond the table, a data length
+///     beyond the largest trace buffer, MAX_DATA_LENGTH): KivClException,
+///     KIV_TRACEFORMAT_FILE_CORRUPTED.
+/// In the last two cases every entry before the faulty one has been written
+/// to the output (and counted) before the exception is thrown; an entry
+/// whose data are cut short may have shown part of its data. The exception's
+/// cause is the empty text for these two; its module and line are the throw
+/// site.
+///
+/// Ownership: the formatter keeps references and pointers only: the
+/// environment, the filter, the format string, the indentation string and
+/// the catalog must outlive it (or the calls that use them). It opens the
+/// trace file itself in format() (close-on-exec) and closes it before
+/// returning or throwing.
+///
+/// Thread safety: none. format() is const, but the formatter keeps the state
+/// of the current call (output stream, count, indentation, function header
+/// state) in itself: use one formatter in one thread at a time.
 #ifndef KIV_TRACEFORMAT_HPP
 #define KIV_TRACEFORMAT_HPP
 
@@ -324,8 +331,8 @@ class KIV_EXPORT KivClTraceFormatter {
   mutable char m_achWork[WORK_SIZE];
 };
 
-/// A description of `type`: its long name ("FUNCTION ENTRY", "signed
-/// integer (32 bits)", ...), "" for type 0 and for types beyond the table.
+/// A description of `type`: its long name ("FUNCTION ENTRY",
+/// "signed integer (32 bits)", ...), "" for type 0 and for types beyond the table.
 /// Never null; the text is a constant of the library.
 extern "C" KIV_EXPORT const char* kivGetFormatDescription(KivEnTraceDataType type);
 

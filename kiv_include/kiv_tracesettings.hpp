@@ -1,42 +1,43 @@
-// KIV Library: trace settings and the trace environment.
-//
-// A trace is identified by a trace key, a short text chosen by the
-// application. KivClTraceEnvironment reads the settings of one trace key
-// from process environment variables named after the upper-cased key
-// (MYAPP_TRACE_ACTIVE, MYAPP_TRACE_DETAIL, ... for the key "myapp"),
-// allocates the trace buffer, puts a buffer manager over it and, with
-// autosave on, installs kivTraceBufferOverflowHandler, which appends every
-// full turn of the ring (and whatever flush() hands over) to the trace
-// file. It also keeps the format string for the trace formatter, the trace
-// file name and running compression statistics.
-//
-// The settings are a small record (KivClTraceSettings): a signature, a flag
-// word and a trace filter. The record can be placed in memory the caller
-// provides, so that it can be laid where others see it.
-//
-// Settings are read once, when the environment is made; changing the
-// variables later has no effect on an existing trace. The environment only
-// ever sets flag bits: compression and autosave are on by default, and a
-// variable set to "NO" does not switch them off. That asymmetry is
-// deliberate and kept.
-//
-// Ownership: the environment owns its settings, its buffer and its buffer
-// manager and frees them (through the memory manager) when destroyed, after
-// a last flush. The trace file is opened and closed by every hand-over, so
-// no descriptor is held between them; the descriptor is close-on-exec.
-//
-// Failure: allocation failures end in KivClMemoryManager::outOfMemory,
-// which throws the fatal exception and never returns normally; whatever the
-// constructor had allocated is freed first. Nothing else fails: a bad buffer
-// size is clamped, an unknown detail text means OFF, errors on the trace
-// file are reported on standard output in verbose mode only and tracing
-// goes on, and a trace file that cannot be removed for autoclear stays.
-//
-// Threads: add() and flush() may be called from several threads at once
-// (the buffer manager serialises them under the trace's lock; each entry
-// reaches the file whole). Everything else, construction, destruction,
-// activate(), setFormatString() and the compression statistics, is not
-// synchronised: use it while no other thread uses the environment.
+/// \file
+/// KIV Library: trace settings and the trace environment.
+///
+/// A trace is identified by a trace key, a short text chosen by the
+/// application. KivClTraceEnvironment reads the settings of one trace key
+/// from process environment variables named after the upper-cased key
+/// (MYAPP_TRACE_ACTIVE, MYAPP_TRACE_DETAIL, ... for the key "myapp"),
+/// allocates the trace buffer, puts a buffer manager over it and, with
+/// autosave on, installs kivTraceBufferOverflowHandler, which appends every
+/// full turn of the ring (and whatever flush() hands over) to the trace
+/// file. It also keeps the format string for the trace formatter, the trace
+/// file name and running compression statistics.
+///
+/// The settings are a small record (KivClTraceSettings): a signature, a flag
+/// word and a trace filter. The record can be placed in memory the caller
+/// provides, so that it can be laid where others see it.
+///
+/// Settings are read once, when the environment is made; changing the
+/// variables later has no effect on an existing trace. The environment only
+/// ever sets flag bits: compression and autosave are on by default, and a
+/// variable set to "NO" does not switch them off. That asymmetry is
+/// deliberate and kept.
+///
+/// Ownership: the environment owns its settings, its buffer and its buffer
+/// manager and frees them (through the memory manager) when destroyed, after
+/// a last flush. The trace file is opened and closed by every hand-over, so
+/// no descriptor is held between them; the descriptor is close-on-exec.
+///
+/// Failure: allocation failures end in KivClMemoryManager::outOfMemory,
+/// which throws the fatal exception and never returns normally; whatever the
+/// constructor had allocated is freed first. Nothing else fails: a bad buffer
+/// size is clamped, an unknown detail text means OFF, errors on the trace
+/// file are reported on standard output in verbose mode only and tracing
+/// goes on, and a trace file that cannot be removed for autoclear stays.
+///
+/// Threads: add() and flush() may be called from several threads at once
+/// (the buffer manager serialises them under the trace's lock; each entry
+/// reaches the file whole). Everything else, construction, destruction,
+/// activate(), setFormatString() and the compression statistics, is not
+/// synchronised: use it while no other thread uses the environment.
 #ifndef KIV_TRACESETTINGS_HPP
 #define KIV_TRACESETTINGS_HPP
 
@@ -133,6 +134,7 @@ class KIV_EXPORT KivClTraceSettings {
 /// The variables, read once by the constructor, in this order (KEY is the
 /// key with its ASCII letters upper-cased; "enabled" means "ON", "YES",
 /// "TRUE" or "1" in any case):
+/// ~~~
 ///   KEY_TRACE_ACTIVE     enabled: the trace is active (unset: inactive)
 ///   KEY_TRACE_DETAIL     "HIGH..." 3, "MED..." 2, "LOW..." 1, else 0 (unset: 1)
 ///   KEY_TRACE_AUTOSAVE   enabled: flag autosave (on by default anyway)
@@ -145,6 +147,7 @@ class KIV_EXPORT KivClTraceSettings {
 ///   KEY_TRACE_FILE       the trace file (unset: <tmp>/<key>trace.trc)
 ///   KEY_TRACE_FORMAT     the format string (unset: DEFAULT_FORMAT)
 ///   KEY_TRACE_VERBOSE    enabled: flag verbose, then the settings report
+/// ~~~
 /// Names longer than the 40 characters an environment variable name may
 /// have are never set, so a key of more than 24 characters reads defaults
 /// for the longer suffixes.
@@ -274,10 +277,12 @@ class KIV_EXPORT KivClTraceEnvironment : public KivClResourceKeySemaphore {
 /// controlling terminal) and closed on every call. The first part, then the
 /// second, is written once each; partial writes are not retried. With the
 /// verbose flag it reports on standard output:
+/// ~~~
 ///   [KIV: TRACE: could not open: <file> (errno: <n>)]        and returns
 ///   [KIV: TRACE: writing file: <file>]
 ///   [KIV: TRACE: file exists with size: <bytes>]             when not empty
 ///   [KIV: TRACE: bytes written: <total> file status: <close result>]
+/// ~~~
 /// where a failed write adds its result (-1) to the total. Errors never
 /// reach the caller.
 KIV_EXPORT void kivTraceBufferOverflowHandler(const _KivStTraceBufferCallBackInfo& info);

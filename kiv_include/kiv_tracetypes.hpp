@@ -1,9 +1,10 @@
-// KIV Library: the small enumerations that the tracing classes share.
-//
-// The detail level of a trace entry is stored in two bits of the entry
-// record, held by every trace filter and printed by the trace formatter;
-// it lives here so that each tracing header can include it without pulling
-// in the others. Plain values: nothing here fails, allocates or locks.
+/// \file
+/// KIV Library: the small enumerations that the tracing classes share.
+///
+/// The detail level of a trace entry is stored in two bits of the entry
+/// record, held by every trace filter and printed by the trace formatter;
+/// it lives here so that each tracing header can include it without pulling
+/// in the others. Plain values: nothing here fails, allocates or locks.
 #ifndef KIV_TRACETYPES_HPP
 #define KIV_TRACETYPES_HPP
 

@@ -1,61 +1,64 @@
-// KIV Library: usage strings and the usage cursor.
-//
-// A console program describes its command line once, as a usage string, and
-// the library derives from it which arguments are legal, which switches need
-// a value, which values are free arguments, and the usage text shown to the
-// user. The string is plain text that doubles as the displayed usage; a few
-// marker characters steer the analysis and are hidden when it is shown.
-//
-// The grammar, read character by character:
-//
-//   -name         a switch element; the name is the letters and digits after
-//                 the "-". A "-" followed by a digit is NOT a switch: like
-//                 "/", it stops the walk at a place the cursor cannot move
-//                 past, so both may appear only inside quoted text.
-//   <name>        a value element (a placeholder for a value); blanks inside
-//                 the angle brackets belong to the name.
-//   .. or ...     an ellipsis element (a run of two or more "."): the value
-//                 before it may repeat.
-//   word          a word element (keyword argument), but only when a blank
-//                 was passed since the search for the element began.
-//   [ ]           optional part (optional depth).
-//   ( )           group: a switch followed, within its group, by a value
-//                 element requires a value, as in "(-key <key>)".
-//   !             tags the rest of its line (until the next newline).
-//   "text"        quoted text: skipped entirely by the analysis.
-//   newline       ends a usage line and clears the tagged state.
-//   | and others  layout only.
-//
-// A name ends at the first character that is neither a letter nor a digit
-// (ASCII letters and digits only, whatever the process locale). To be
-// matched, a name must be followed by the end of the string or by one of
-// "[]<>(){}-| "; a switch followed directly by a newline, a "." or any other
-// character can never be matched.
-//
-// Deliberately odd behaviour, kept on purpose (do not "fix" it):
-//   - A single "." swallows the character after it without looking at it:
-//     in "x.(-a <v>)" the "(" is never counted, so -a is outside any group.
-//   - A "/" or a "-" followed by a digit outside quoted text stops the walk
-//     for good: setToNext() returns true without moving, so a plain loop
-//     over such a string never ends. The library's own walks (reqArgEllipsis
-//     here, the argument checks of kiv_argv.hpp) stop at such a place as if
-//     the usage ended there; isWalkStop() tells a caller's loop to do so.
-//   - The four state fields (optional depth, group depth, tagged, in value)
-//     are cleared only by construction, not by setToFirst(): a cursor is
-//     built afresh for every question.
-//
-// Choice made here: where the walk would pass the string's terminator (a
-// usage ending in a single ".", whose "." would swallow the terminator), it
-// stops on the terminator instead. No operation ever reads past the NUL.
-// A null usage string is treated as the empty one. An argument is compared
-// with the whole name only: an argument that holds more than letters and
-// digits after its "-" (say "-key <key>" given as one argument) matches no
-// switch, even where the usage text happens to continue the same way.
-//
-// Ownership: the cursor points into the caller's usage string; it neither
-// copies nor frees it, and the string must outlive the cursor. The walk
-// never changes the string. Failure: none; results are bool. Thread safety:
-// a cursor is used by one thread; several cursors may walk one string.
+/// \file
+/// KIV Library: usage strings and the usage cursor.
+///
+/// A console program describes its command line once, as a usage string, and
+/// the library derives from it which arguments are legal, which switches need
+/// a value, which values are free arguments, and the usage text shown to the
+/// user. The string is plain text that doubles as the displayed usage; a few
+/// marker characters steer the analysis and are hidden when it is shown.
+///
+/// The grammar, read character by character:
+///
+/// ~~~
+///   -name         a switch element; the name is the letters and digits after
+///                 the "-". A "-" followed by a digit is NOT a switch: like
+///                 "/", it stops the walk at a place the cursor cannot move
+///                 past, so both may appear only inside quoted text.
+///   <name>        a value element (a placeholder for a value); blanks inside
+///                 the angle brackets belong to the name.
+///   .. or ...     an ellipsis element (a run of two or more "."): the value
+///                 before it may repeat.
+///   word          a word element (keyword argument), but only when a blank
+///                 was passed since the search for the element began.
+///   [ ]           optional part (optional depth).
+///   ( )           group: a switch followed, within its group, by a value
+///                 element requires a value, as in "(-key <key>)".
+///   !             tags the rest of its line (until the next newline).
+///   "text"        quoted text: skipped entirely by the analysis.
+///   newline       ends a usage line and clears the tagged state.
+///   | and others  layout only.
+/// ~~~
+///
+/// A name ends at the first character that is neither a letter nor a digit
+/// (ASCII letters and digits only, whatever the process locale). To be
+/// matched, a name must be followed by the end of the string or by one of
+/// "[]<>(){}-| "; a switch followed directly by a newline, a "." or any other
+/// character can never be matched.
+///
+/// Deliberately odd behaviour, kept on purpose (do not "fix" it):
+///   - A single "." swallows the character after it without looking at it:
+///     in "x.(-a <v>)" the "(" is never counted, so -a is outside any group.
+///   - A "/" or a "-" followed by a digit outside quoted text stops the walk
+///     for good: setToNext() returns true without moving, so a plain loop
+///     over such a string never ends. The library's own walks (reqArgEllipsis
+///     here, the argument checks of kiv_argv.hpp) stop at such a place as if
+///     the usage ended there; isWalkStop() tells a caller's loop to do so.
+///   - The four state fields (optional depth, group depth, tagged, in value)
+///     are cleared only by construction, not by setToFirst(): a cursor is
+///     built afresh for every question.
+///
+/// Choice made here: where the walk would pass the string's terminator (a
+/// usage ending in a single ".", whose "." would swallow the terminator), it
+/// stops on the terminator instead. No operation ever reads past the NUL.
+/// A null usage string is treated as the empty one. An argument is compared
+/// with the whole name only: an argument that holds more than letters and
+/// digits after its "-" (say "-key <key>" given as one argument) matches no
+/// switch, even where the usage text happens to continue the same way.
+///
+/// Ownership: the cursor points into the caller's usage string; it neither
+/// copies nor frees it, and the string must outlive the cursor. The walk
+/// never changes the string. Failure: none; results are bool. Thread safety:
+/// a cursor is used by one thread; several cursors may walk one string.
 #ifndef KIV_USAGE_HPP
 #define KIV_USAGE_HPP
 
@@ -73,6 +76,8 @@ class KIV_EXPORT KivClUsageCursor : public KivClUniDirCursorABase {
 
   /// Copies all fields; used to look ahead without moving the original.
   KivClUsageCursor(const KivClUsageCursor& other) = default;
+  /// Copies all fields: the cursor then stands where `other` stands in the
+  /// same usage string.
   KivClUsageCursor& operator=(const KivClUsageCursor& other) = default;
 
   ~KivClUsageCursor() override;
@@ -127,7 +132,7 @@ class KIV_EXPORT KivClUsageCursor : public KivClUniDirCursorABase {
   /// for matchesSwitch. So at the switch element -key the text "-key"
   /// matches and "key" does not; at a word element "all" the text "all"
   /// matches. A value element is compared the same way, by the letters and
-  /// digits of its name as for switches: at <key> the text "<key" matches,
+  /// digits of its name as for switches: at "<key>" the text "<key" matches,
   /// "<key>" and "key" do not. False for null and on an invalid cursor.
   bool matches(const char* text) const;
 
