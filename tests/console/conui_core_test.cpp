@@ -10,6 +10,7 @@
 #include <clocale>
 #include <fstream>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -130,18 +131,30 @@ TEST(ConsoleUICore, CatalogWithoutTextsIgnoresQuietAndCopyright) {
 // Help switches
 // ---------------------------------------------------------------------------
 
-class HelpSwitch : public ::testing::TestWithParam<const char*> {};
+// A help switch as typed, and a word for it in the test list.
+struct HelpSwitchCase {
+  const char* text;
+  const char* name;
+};
+
+void PrintTo(const HelpSwitchCase& c, std::ostream* os) { *os << '"' << c.text << '"'; }
+
+class HelpSwitch : public ::testing::TestWithParam<HelpSwitchCase> {};
 
 TEST_P(HelpSwitch, ShowsUsageAndHelpAndExits201BeforeTheCheck) {
   // -x is not legal, but the help switch is handled first.
-  const ChildResult r = runCore({"-x", GetParam(), "-y"},
+  const ChildResult r = runCore({"-x", GetParam().text, "-y"},
                                 {{"KIVTEST_USAGE", "[-v]"}, {"KIVTEST_HELP", "-v  verbose"}});
   EXPECT_EQ(r.out, usageDisplay("[-v]") + "\nHelp: -v  verbose\n\a");
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(r.exitCode, 201);
 }
 
-INSTANTIATE_TEST_SUITE_P(ConsoleUICore, HelpSwitch, ::testing::Values("-h", "-H", "-?"));
+INSTANTIATE_TEST_SUITE_P(ConsoleUICore, HelpSwitch,
+                         ::testing::Values(HelpSwitchCase{"-h", "LowerCaseH"},
+                                           HelpSwitchCase{"-H", "UpperCaseH"},
+                                           HelpSwitchCase{"-?", "QuestionMark"}),
+                         kivtest::NameMember{});
 
 TEST(ConsoleUICore, HelpWithoutHelpTextSaysSo) {
   const ChildResult r = runCore({"-h"}, {{"KIVTEST_USAGE", "[-v]"}});

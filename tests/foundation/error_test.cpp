@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -32,6 +33,17 @@ struct EnumRow {
   const char* name;
   std::uint32_t messageId;
 };
+
+// A failing row shows its name and numbers, not the bytes of its pointer.
+void PrintTo(const IdRow& row, std::ostream* os) {
+  *os << row.name << " (symbol " << row.symbol << ", value " << row.value << ", message id "
+      << row.messageId << ")";
+}
+template <typename Enum>
+void PrintTo(const EnumRow<Enum>& row, std::ostream* os) {
+  *os << row.name << " (symbol " << static_cast<std::int32_t>(row.symbol) << ", value " << row.value
+      << ", message id " << row.messageId << ")";
+}
 
 const IdRow gs_idRows[] = {
     {KIV_NO_ERROR, 0, "NO_ERROR", 47},
@@ -145,11 +157,6 @@ const EnumRow<KivEnErrorAction> gs_actionRows[] = {
     {KivEnErrorAction::PANIC, 10, "PANIC", 149},
 };
 
-template <typename Row>
-std::string rowName(const ::testing::TestParamInfo<Row>& info) {
-  return info.param.name;
-}
-
 // Names as the lists of the public header spell them, by value.
 std::string enumName(KivEnErrorSeverity v) {
 #define KIV_NAME_IF(name, value) \
@@ -174,7 +181,7 @@ TEST_P(ErrorIdRow, HasValueNameAndMessageId) {
   EXPECT_EQ(kivtest::errorIdName(row.value), row.name);
   EXPECT_EQ(kivErrorGetIdAsMessageId(row.value), row.messageId);
 }
-INSTANTIATE_TEST_SUITE_P(Table, ErrorIdRow, ::testing::ValuesIn(gs_idRows), rowName<IdRow>);
+INSTANTIATE_TEST_SUITE_P(Table, ErrorIdRow, ::testing::ValuesIn(gs_idRows), kivtest::NameMember{});
 
 // --- classes, severities, actions -----------------------------------------
 
@@ -186,7 +193,7 @@ TEST_P(ErrorClassRow, HasValueNameAndMessageId) {
   EXPECT_EQ(kivErrorGetClassAsMessageId(static_cast<KivEnErrorClass>(row.value)), row.messageId);
 }
 INSTANTIATE_TEST_SUITE_P(Table, ErrorClassRow, ::testing::ValuesIn(gs_classRows),
-                         rowName<EnumRow<KivEnErrorClass>>);
+                         kivtest::NameMember{});
 
 class ErrorSeverityRow : public ::testing::TestWithParam<EnumRow<KivEnErrorSeverity>> {};
 TEST_P(ErrorSeverityRow, HasValueNameAndMessageId) {
@@ -197,7 +204,7 @@ TEST_P(ErrorSeverityRow, HasValueNameAndMessageId) {
             row.messageId);
 }
 INSTANTIATE_TEST_SUITE_P(Table, ErrorSeverityRow, ::testing::ValuesIn(gs_severityRows),
-                         rowName<EnumRow<KivEnErrorSeverity>>);
+                         kivtest::NameMember{});
 
 class ErrorActionRow : public ::testing::TestWithParam<EnumRow<KivEnErrorAction>> {};
 TEST_P(ErrorActionRow, HasValueNameAndMessageId) {
@@ -207,7 +214,7 @@ TEST_P(ErrorActionRow, HasValueNameAndMessageId) {
   EXPECT_EQ(kivErrorGetActionAsMessageId(static_cast<KivEnErrorAction>(row.value)), row.messageId);
 }
 INSTANTIATE_TEST_SUITE_P(Table, ErrorActionRow, ::testing::ValuesIn(gs_actionRows),
-                         rowName<EnumRow<KivEnErrorAction>>);
+                         kivtest::NameMember{});
 
 // --- the tables together ----------------------------------------------------
 

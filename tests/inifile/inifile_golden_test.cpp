@@ -61,6 +61,6 @@ INSTANTIATE_TEST_SUITE_P(
                       GoldenCase{"merge", false, false}, GoldenCase{"envsubst", true, false},
                       GoldenCase{"crlf", true, false}, GoldenCase{"longline", true, false},
                       GoldenCase{"binary", true, false}),
-    [](const ::testing::TestParamInfo<GoldenCase>& info) { return std::string(info.param.name); });
+    kivtest::NameMember{});
 
 }  // namespace

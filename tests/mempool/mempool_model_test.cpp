@@ -200,6 +200,13 @@ void PrintTo(const Config& c, std::ostream* os) {
   *os << "(" << c.first << ", " << c.subsequent << ", " << c.threshold << ")";
 }
 
+// Lists each configuration by its three sizes, e.g. First4096_Subsequent12288_Switch70000.
+std::string configName(const ::testing::TestParamInfo<Config>& info) {
+  const Config& c = info.param;
+  return "First" + std::to_string(c.first) + "_Subsequent" + std::to_string(c.subsequent) +
+         "_Switch" + std::to_string(c.threshold);
+}
+
 void runSequence(KivClMemoryPool& pool, PoolModel& model, std::uint32_t seed, int steps) {
   std::mt19937 rng(seed);
   std::vector<Handle> handles;
@@ -269,7 +276,8 @@ TEST_P(KivClMemoryPoolModel, MatchesTheModelOverLongRandomSequences) {
 INSTANTIATE_TEST_SUITE_P(Configurations, KivClMemoryPoolModel,
                          ::testing::Values(Config{100, 100, 10}, Config{4096, 4096, 256},
                                            Config{20000, 4096, 1000}, Config{4096, 12288, 70000},
-                                           Config{65536, 8192, 3000}));
+                                           Config{65536, 8192, 3000}),
+                         configName);
 
 TEST(KivClMemoryPoolModel, CallerMemoryPoolMatchesTheModel) {
   std::vector<unsigned char> area(30003);  // an odd size: free sizes not multiples of 8

@@ -166,6 +166,17 @@ inline struct stat statusOf(const std::string& path) {
   return status;
 }
 
+/// Name generator for INSTANTIATE_TEST_SUITE_P whose parameter is a table row
+/// with a `name` member (letters, digits and underscores, unique in the
+/// table): each case is listed as .../<name> instead of an index, so ctest
+/// and --gtest_filter show which row failed.
+struct NameMember {
+  template <typename Row>
+  std::string operator()(const ::testing::TestParamInfo<Row>& info) const {
+    return std::string(info.param.name);
+  }
+};
+
 }  // namespace kivtest
 
 inline void PrintTo(const _KivStError& e, std::ostream* os) { *os << kivtest::describe(e); }
