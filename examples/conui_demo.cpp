@@ -1,10 +1,9 @@
-// A small console tool built on the library's console user interface: it
-// counts the lines, words and bytes of a file and shows them as aligned
-// label-value lines. Its command line is described once, by the usage
-// string; the console UI derives from it the legal arguments, the usage and
-// help displays and the errors for a bad command line. It also has the
-// built-in switches of every such tool: -h, -H or -? for help, -quiet and
-// -copyright.
+// A small console tool on the library's console user interface: it counts
+// the lines, words and bytes of a file and shows them as aligned label-value
+// lines. Its command line is described once, by the usage string, from which
+// the console UI derives the legal arguments, the usage and help displays and
+// the errors for a bad command line, besides the built-in switches of every
+// such tool: -h, -H or -? for help, -quiet and -copyright.
 //
 //   kiv_conui_demo -in <file> [-width <columns>] [-right | -centre] [-hex]
 
@@ -36,9 +35,7 @@ const char* const gs_help =
     "and 201 to 204 for a bad command line.";
 
 struct Counts {
-  unsigned long lines = 0;
-  unsigned long words = 0;
-  unsigned long bytes = 0;
+  unsigned long lines = 0, words = 0, bytes = 0;
 };
 
 Counts count(const std::string& text) {

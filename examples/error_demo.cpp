@@ -1,15 +1,20 @@
-// The error vocabulary at work: an object that fails keeps an error record,
-// the mapping functions name its parts by message id, and a fatal failure
-// arrives as an exception that carries the full record and its throw site.
+// Errors: the library's error vocabulary at work. An object that fails
+// returns false (or null, or a count) and keeps an error record, which the
+// caller reads; the mapping functions turn each part of a record into a
+// message id, whose text names it; and the few failures that cannot be
+// returned arrive as exceptions carrying the full record and the throw site.
+#include <kiv_error.hpp>
+#include <kiv_exception.hpp>
+#include <kiv_msgtable.hpp>
 
-#include <kiv.hpp>
-
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
-// A stand-in for any library object: it keeps its last error and clears it
-// on success.
+// A class written in the library's style: it keeps its last error and
+// clears it on success. Library objects offer the same getLastError().
 class Door {
  public:
   bool open(bool locked) {
@@ -17,7 +22,7 @@ class Door {
       m_error = {KIV_FILE_COULD_NOT_REMOVE, KivEnErrorClass::IO_PERMISSION_DENIED};
       return false;
     }
-    m_error = {};
+    m_error = {};  // both fields 0: no error
     return true;
   }
   const _KivStError& getLastError() const { return m_error; }
@@ -26,10 +31,16 @@ class Door {
   _KivStError m_error{};
 };
 
+// A message id's text in the library's built-in message table; for the
+// parts of an error record that text is the part's name.
+const char* text(std::uint32_t messageId) { return kivMsgTabGetBuiltInTable()[messageId]; }
+
 void show(const _KivStError& e) {
-  std::printf("  error id %-8ld -> message id %u\n", e.id, kivErrorGetIdAsMessageId(e.id));
-  std::printf("  class    %-8d -> message id %u\n", static_cast<int>(e.errorClass),
-              kivErrorGetClassAsMessageId(e.errorClass));
+  const std::uint32_t id = kivErrorGetIdAsMessageId(e.id);
+  const std::uint32_t errorClass = kivErrorGetClassAsMessageId(e.errorClass);
+  std::printf("  error id %-8ld -> message id %u, %s\n", e.id, id, text(id));
+  std::printf("  class    %-8d -> message id %u, %s\n", static_cast<int>(e.errorClass), errorClass,
+              text(errorClass));
 }
 
 }  // namespace
@@ -41,27 +52,33 @@ int main() {
   std::printf("Opening it unlocked succeeds and clears the record:\n");
   if (door.open(false)) show(door.getLastError());
 
-  std::printf("Severity FATAL has message id %u, action RETRYDELAY %u, action USER %u\n",
-              kivErrorGetSeverityAsMessageId(KivEnErrorSeverity::FATAL),
-              kivErrorGetActionAsMessageId(KivEnErrorAction::RETRYDELAY),
-              kivErrorGetActionAsMessageId(KivEnErrorAction::USER));
+  // Severities and actions have message ids of their own as well.
+  const std::uint32_t fatal = kivErrorGetSeverityAsMessageId(KivEnErrorSeverity::FATAL);
+  const std::uint32_t retry = kivErrorGetActionAsMessageId(KivEnErrorAction::RETRYDELAY);
+  std::printf("Severity FATAL has message id %u (%s), action RETRYDELAY %u (%s)\n", fatal,
+              text(fatal), retry, text(retry));
 
+  // Exhausted memory is one of the failures that are thrown. KIV_THROW
+  // records the throw site; catch by reference, as the base class.
+  // (Keep KIV_THROW on one line: compilers disagree on the __LINE__ of a
+  // macro call that spans several.)
+  const _KivStUserError outOfMemory{KIV_MEMMGR_RUNTIME_OUT_OF_MEMORY,
+                                    KivEnErrorClass::OUT_OF_MEMORY, KivEnErrorSeverity::FATAL,
+                                    KivEnErrorAction::TERMINATE};
   try {
-    KIV_THROW(KivClExceptionFatal,
-              (_KivStUserError{KIV_MEMMGR_RUNTIME_OUT_OF_MEMORY, KivEnErrorClass::OUT_OF_MEMORY,
-                               KivEnErrorSeverity::FATAL, KivEnErrorAction::TERMINATE}));
+    KIV_THROW(KivClExceptionFatal, outOfMemory);
   } catch (const KivClException& e) {
     const _KivStUserError& u = e.getError();
+    // getModule() is the source file as the compiler saw it; show its name.
+    const char* slash = std::strrchr(e.getModule(), '/');
     std::printf("Caught %s exception thrown at %s (line %u):\n",
-                dynamic_cast<const KivClExceptionFatal*>(&e) ? "a fatal" : "an", e.getModule(),
-                e.getLine());
-    std::printf(
-        "  id %ld (message %u), class %d (message %u), severity %d (message %u), "
-        "action %d (message %u), cause \"%s\"\n",
-        u.id, kivErrorGetIdAsMessageId(u.id), static_cast<int>(u.errorClass),
-        kivErrorGetClassAsMessageId(u.errorClass), static_cast<int>(u.severity),
-        kivErrorGetSeverityAsMessageId(u.severity), static_cast<int>(u.action),
-        kivErrorGetActionAsMessageId(u.action), e.getCause());
+                dynamic_cast<const KivClExceptionFatal*>(&e) ? "a fatal" : "an",
+                slash ? slash + 1 : e.getModule(), e.getLine());
+    std::printf("  id %ld %s, class %s, severity %s, action %s, cause \"%s\"\n", u.id,
+                text(kivErrorGetIdAsMessageId(u.id)),
+                text(kivErrorGetClassAsMessageId(u.errorClass)),
+                text(kivErrorGetSeverityAsMessageId(u.severity)),
+                text(kivErrorGetActionAsMessageId(u.action)), e.getCause());
   }
   return 0;
 }

@@ -9,11 +9,11 @@
 //   kivtrace -key tracedemo -file /tmp/demo.trc -display -fnest
 //
 // When tracing is off every trace point costs one test of a pointer.
+#include <kiv_trace.hpp>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-
-#include "kiv_trace.hpp"
 
 namespace {
 
@@ -29,8 +29,8 @@ class FunctionTrace {
   FunctionTrace(unsigned short component, const char* function)
       : m_usComponent(component), m_pszFunction(function) {
     if (kivTraceIsEnabled()) {
-      kivTraceDump(KIV_TRACE_DETAIL_LOW, m_usComponent, KIV_TRACE_TYPE_FUNCTION_ENTRY, m_pszFunction,
-                   nullptr, nullptr, 0);
+      kivTraceDump(KIV_TRACE_DETAIL_LOW, m_usComponent, KIV_TRACE_TYPE_FUNCTION_ENTRY,
+                   m_pszFunction, nullptr, nullptr, 0);
     }
   }
   ~FunctionTrace() {
@@ -64,8 +64,8 @@ int loadConfiguration(const char* name) {
 void sendRecord(const char* record) {
   FunctionTrace trace(gs_usNetwork, "sendRecord");
   if (kivTraceIsEnabled()) {
-    kivTraceDump(KIV_TRACE_DETAIL_HIGH, gs_usNetwork, KIV_TRACE_TYPE_DATA, "sendRecord", "bytes out",
-                 record, std::strlen(record));
+    kivTraceDump(KIV_TRACE_DETAIL_HIGH, gs_usNetwork, KIV_TRACE_TYPE_DATA, "sendRecord",
+                 "bytes out", record, std::strlen(record));
   }
 }
 
