@@ -10,12 +10,21 @@
 // GKeyFile knows only "#" comment lines, so it reads the same text with "#"
 // instead of ";" at the start of comment lines (same size, same lines);
 // trailing " ; ..." comments are part of its values.
+//
+// Each peer is optional (KIV_BENCH_HAVE_INIH, KIV_BENCH_HAVE_GLIB, set by
+// the build): without it, its benchmarks are left out and the program says so.
+#if KIV_BENCH_HAVE_INIH
 #include <INIReader.h>
-#include <glib.h>
 #include <ini.h>
+#endif
+#if KIV_BENCH_HAVE_GLIB
+#include <glib.h>
+#endif
 
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "kiv_bench_ratio.hpp"
 #include "kiv_filename.hpp"
@@ -49,6 +58,7 @@ const std::string& iniText() {
   return text;
 }
 
+#if KIV_BENCH_HAVE_GLIB
 // The same text with "#" comment lines, for GKeyFile.
 const std::string& keyFileText() {
   static const std::string text = [] {
@@ -59,6 +69,7 @@ const std::string& keyFileText() {
   }();
   return text;
 }
+#endif
 
 void setBytes(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
@@ -78,6 +89,7 @@ void BM_kivLoadModel(benchmark::State& state) {
   setBytes(state);
 }
 
+#if KIV_BENCH_HAVE_INIH
 struct InihCounts {
   long sections = 0;
   long options = 0;
@@ -111,7 +123,9 @@ void BM_inihINIReader(benchmark::State& state) {
   }
   setBytes(state);
 }
+#endif
 
+#if KIV_BENCH_HAVE_GLIB
 void BM_glibKeyFile(benchmark::State& state) {
   const std::string& text = keyFileText();
   for (auto _ : state) {
@@ -123,6 +137,7 @@ void BM_glibKeyFile(benchmark::State& state) {
   }
   setBytes(state);
 }
+#endif
 
 // One lookup of an option in the middle of the file.
 const char* const gs_pszSection = "component_100";
@@ -140,6 +155,7 @@ void BM_kivLookup(benchmark::State& state) {
   }
 }
 
+#if KIV_BENCH_HAVE_INIH
 void BM_inihINIReaderLookup(benchmark::State& state) {
   const std::string& text = iniText();
   INIReader reader(text.data(), text.size());
@@ -148,7 +164,9 @@ void BM_inihINIReaderLookup(benchmark::State& state) {
     benchmark::DoNotOptimize(value);
   }
 }
+#endif
 
+#if KIV_BENCH_HAVE_GLIB
 void BM_glibKeyFileLookup(benchmark::State& state) {
   const std::string& text = keyFileText();
   GKeyFile* file = g_key_file_new();
@@ -160,19 +178,37 @@ void BM_glibKeyFileLookup(benchmark::State& state) {
   }
   g_key_file_free(file);
 }
+#endif
 
 BENCHMARK(BM_kivLoadModel)->Unit(benchmark::kMicrosecond);
+#if KIV_BENCH_HAVE_INIH
 BENCHMARK(BM_inihCallbackTokenizer)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_inihINIReader)->Unit(benchmark::kMicrosecond);
+#endif
+#if KIV_BENCH_HAVE_GLIB
 BENCHMARK(BM_glibKeyFile)->Unit(benchmark::kMicrosecond);
+#endif
 BENCHMARK(BM_kivLookup);
+#if KIV_BENCH_HAVE_INIH
 BENCHMARK(BM_inihINIReaderLookup);
+#endif
+#if KIV_BENCH_HAVE_GLIB
 BENCHMARK(BM_glibKeyFileLookup);
+#endif
 
 }  // namespace
 
-KIV_BENCH_MAIN({{"BM_kivLoadModel", "BM_inihCallbackTokenizer"},
-                {"BM_kivLoadModel", "BM_inihINIReader"},
-                {"BM_kivLoadModel", "BM_glibKeyFile"},
-                {"BM_kivLookup", "BM_inihINIReaderLookup"},
-                {"BM_kivLookup", "BM_glibKeyFileLookup"}})
+int main(int argc, char** argv) {
+  const bool inih = KIV_BENCH_HAVE_INIH;
+  const bool glib = KIV_BENCH_HAVE_GLIB;
+  std::vector<std::pair<std::string, std::string>> pairs;
+  if (inih) pairs.emplace_back("BM_kivLoadModel", "BM_inihCallbackTokenizer");
+  if (inih) pairs.emplace_back("BM_kivLoadModel", "BM_inihINIReader");
+  if (glib) pairs.emplace_back("BM_kivLoadModel", "BM_glibKeyFile");
+  if (inih) pairs.emplace_back("BM_kivLookup", "BM_inihINIReaderLookup");
+  if (glib) pairs.emplace_back("BM_kivLookup", "BM_glibKeyFileLookup");
+  std::vector<kivbench::Skipped> skipped;
+  if (!inih) skipped.push_back({"INI loading and lookup beside inih", "libinih-dev"});
+  if (!glib) skipped.push_back({"INI loading and lookup beside GLib's GKeyFile", "libglib2.0-dev"});
+  return kivbench::runWithRatios(argc, argv, pairs, false, skipped);
+}

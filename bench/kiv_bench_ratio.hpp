@@ -5,7 +5,9 @@
 // Use: KIV_BENCH_MAIN({{"BM_ours/16", "BM_peer/16"}, ...}) instead of
 // BENCHMARK_MAIN(). Programs that register their benchmarks themselves call
 // runWithRatios(); with cpuTime true it compares CPU times instead, which a
-// shared, busy machine disturbs less than wall-clock times.
+// shared, busy machine disturbs less than wall-clock times. A comparison
+// whose peer was not installed when the program was built is passed in
+// `skipped`: our half still runs, and the program says what it left out.
 #ifndef KIV_BENCH_RATIO_HPP
 #define KIV_BENCH_RATIO_HPP
 
@@ -38,9 +40,16 @@ class CollectingReporter : public benchmark::ConsoleReporter {
   std::map<std::string, double> m_cpuTimes;
 };
 
+// A comparison left out: what it compares, and the Debian package of the
+// peer that was missing.
+struct Skipped {
+  std::string comparison;
+  std::string package;
+};
+
 inline int runWithRatios(int argc, char** argv,
                          const std::vector<std::pair<std::string, std::string>>& pairs,
-                         bool cpuTime = false) {
+                         bool cpuTime = false, const std::vector<Skipped>& skipped = {}) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   CollectingReporter reporter;
@@ -53,6 +62,8 @@ inline int runWithRatios(int argc, char** argv,
     if (a == times.end() || b == times.end() || b->second == 0) continue;
     std::printf("%-44s %-44s %8.3f\n", ours.c_str(), peer.c_str(), a->second / b->second);
   }
+  for (const Skipped& s : skipped)
+    std::printf("skipped: %s (peer %s not installed)\n", s.comparison.c_str(), s.package.c_str());
   benchmark::Shutdown();
   return 0;
 }

@@ -26,8 +26,14 @@ memcheck, before and after all others.
 Left out, and why:
   - tests that are no test program of the library: abi.* (runs nm over
     libkiv.so), consumer.* (configures and builds separate projects with
-    CMake and the compiler) and the table generator checks run by python3.
+    CMake and the compiler), the table generator checks run by python3,
+    setup.* (the package list script), install.* and package.* (installing,
+    uninstalling and packaging the tree) and the bash completion checks.
     No library code runs in these processes.
+  - examples.*: each runs an example program or a tool through
+    `cmake -P examples/compare_output.cmake`; the example programs are
+    plain programs of the library's users, and the library code they reach
+    is covered by the test programs.
 """
 import concurrent.futures
 import json
