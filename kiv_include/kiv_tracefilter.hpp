@@ -78,7 +78,11 @@ class KIV_EXPORT KivClTraceFilter {
   void disableAllComponentIds() noexcept;
   /// Whether the bit of `componentId` is on (false for ids above 255). This
   /// is the raw bit: use passesComponentId for the rule that lets id 0 pass.
-  bool isComponentIdEnabled(unsigned short componentId) const noexcept;
+  bool isComponentIdEnabled(unsigned short componentId) const noexcept {
+    // Inline: the recording rule runs for every traced call.
+    if (componentId > MAX_COMPONENT_ID) return false;
+    return (m_abComponentSet[componentId / 8] & (1u << (componentId % 8))) != 0;
+  }
 
   /// Enables (or disables) the ids from `first` to `last` inclusive. A
   /// `first` of 0 does nothing; a `last` of 0 means `first` alone; `last`

@@ -87,9 +87,10 @@ KivClTraceEntry::KivClTraceEntry(const KivClTraceEnvironment& environment, KivEn
     length = dataArea;
     type = KIV_TRACE_TYPE_DATA_CLIPPED;
   }
-  m_achRecord[kTypeOffset] = 0;
-  setType(type);
-  setDetail(detail);
+  // The first byte as setType and setDetail make it, without their calls.
+  m_achRecord[kTypeOffset] =
+      static_cast<char>((static_cast<unsigned>(type) & kTypeMask) |
+                        ((static_cast<unsigned>(detail) << kDetailShift) & kDetailMask));
   m_achRecord[kComponentOffset] = static_cast<char>(componentId & 0xFFu);
   putWord(m_achRecord, kTimeStampOffset, kivGetTimeStamp());
   putWord(m_achRecord, kProcessIdOffset, environment.getProcessId());

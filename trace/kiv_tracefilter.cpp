@@ -81,11 +81,6 @@ void KivClTraceFilter::disableAllComponentIds() noexcept {
   std::memset(m_abComponentSet, 0, sizeof m_abComponentSet);
 }
 
-bool KivClTraceFilter::isComponentIdEnabled(unsigned short componentId) const noexcept {
-  if (componentId > MAX_COMPONENT_ID) return false;
-  return (m_abComponentSet[componentId / 8] & (1u << (componentId % 8))) != 0;
-}
-
 void KivClTraceFilter::setComponentIdSet(unsigned short first, unsigned short last,
                                          bool enable) noexcept {
   if (first == 0) return;
