@@ -1,6 +1,6 @@
 // The memory manager: the default allocator, user allocators that fail on
 // demand, every out-of-memory path with its record and throw site, and the
-// zeroed allocation.
+// zeroed allocation; kivFree against the manager's free on random scripts.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "kiv_alloc_support.hpp"
 #include "kiv_memmgr.hpp"
@@ -243,6 +245,63 @@ TEST_F(MemoryManager, NullDeallocatorIsNotCalled) {
   kivFree(p);  // releases nothing
   kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
   kivFree(p);
+}
+
+// Deallocators that record what they are given, for the comparison below.
+struct Release {
+  int deallocator;
+  void* ptr;
+  bool operator==(const Release& other) const {
+    return deallocator == other.deallocator && ptr == other.ptr;
+  }
+};
+std::vector<Release>& releases() {
+  static std::vector<Release> s_releases;
+  return s_releases;
+}
+void recordingReleaseA(void* p) { releases().push_back({1, p}); }
+void recordingReleaseB(void* p) { releases().push_back({2, p}); }
+// What the scripts free: addresses only, never released for real.
+char gs_blocks[64];
+
+// Runs one random script of frees and deallocator changes through `release`
+// and returns every call that reached a deallocator.
+template <typename Free>
+std::vector<Release> runFreeScript(unsigned seed, Free release) {
+  releases().clear();
+  std::mt19937 random(seed);
+  const KivPfuDeallocator deallocators[] = {&recordingReleaseA, &recordingReleaseB, nullptr};
+  kivSetNewMemoryManager(&std::malloc, &std::realloc, &recordingReleaseA);
+  for (int i = 0; i < 5000; ++i) {
+    if (random() % 8 == 0) {
+      kivSetNewMemoryManager(&std::malloc, &std::realloc, deallocators[random() % 3]);
+    }
+    release(random() % 5 == 0 ? nullptr : &gs_blocks[random() % sizeof gs_blocks]);
+  }
+  kivSetNewMemoryManager(&std::malloc, &std::realloc, &std::free);
+  return releases();
+}
+
+TEST_F(MemoryManager, KivFreeDoesWhatTheManagersFreeDoes) {
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    const std::vector<Release> viaManager =
+        runFreeScript(seed, [](void* p) { KivClMemoryManager::free(p); });
+    const std::vector<Release> viaKivFree = runFreeScript(seed, [](void* p) { kivFree(p); });
+    ASSERT_EQ(viaKivFree.size(), viaManager.size()) << "seed " << seed;
+    for (std::size_t i = 0; i < viaManager.size(); ++i)
+      ASSERT_TRUE(viaKivFree[i] == viaManager[i]) << "seed " << seed << ", call " << i;
+    // Both deallocators were reached, and many frees went nowhere (null
+    // pointer or null deallocator), so the comparison covers every branch.
+    int toA = 0;
+    int toB = 0;
+    for (const Release& r : viaManager) {
+      EXPECT_NE(r.ptr, nullptr);
+      (r.deallocator == 1 ? toA : toB) += 1;
+    }
+    EXPECT_GT(toA, 500);
+    EXPECT_GT(toB, 500);
+    EXPECT_LT(viaManager.size(), 4000u);
+  }
 }
 
 TEST_F(MemoryManager, OutOfMemoryUsesTheGivenLocationAndLine) {

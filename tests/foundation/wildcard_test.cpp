@@ -1,15 +1,24 @@
 // The wildcard matcher: fixed cases, a literal recursive rendering of the
-// matching rules, and fnmatch(3) on thousands of generated patterns.
+// matching rules, and fnmatch(3) on thousands of generated patterns; the
+// earlier single-pass matcher on generated patterns whose heads, tails and
+// middles meet in every way; and the case mapping of the locale as it
+// changes (the process's locale, a thread's own locale, a locale set in
+// another thread), with a Latin-1 locale made by localedef.
 
 #include <fnmatch.h>
 #include <gtest/gtest.h>
+#include <locale.h>
 
 #include <cctype>
+#include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
+#include <thread>
 
 #include "kiv_base.hpp"
+#include "kiv_test_support.hpp"
 
 namespace {
 
@@ -215,5 +224,202 @@ INSTANTIATE_TEST_SUITE_P(CaseSensitiveAndFolded, WildcardGenerated, ::testing::B
                            return info.param ? std::string("CaseSensitive")
                                              : std::string("CaseFolded");
                          });
+
+// The matcher as it was before heads and tails were split off: one walk
+// over pattern and text that keeps only the latest "*", comparing every
+// character through toupper.
+bool singlePassReference(const char* pattern, const char* text, bool caseSensitive) {
+  if (*pattern == '\0') return *text == '\0';
+  const char* anchor = nullptr;
+  const char* next = nullptr;
+  for (;;) {
+    if (*pattern == '*') {
+      while (*pattern == '*' || *pattern == '?') {
+        if (*pattern == '?') {
+          if (*text == '\0') return false;
+          ++text;
+        }
+        ++pattern;
+      }
+      if (*pattern == '\0') return true;
+      anchor = pattern;
+      next = text;
+    } else if (*pattern == '\0') {
+      if (*text == '\0') return true;
+      if (anchor == nullptr) return false;
+    } else if (*text == '\0') {
+      return false;
+    } else if (*pattern == '?' || sameChar(*pattern, *text, caseSensitive)) {
+      ++pattern;
+      ++text;
+      continue;
+    } else if (anchor == nullptr) {
+      return false;
+    }
+    while (*next != '\0' && !sameChar(*next, *anchor, caseSensitive)) ++next;
+    if (*next == '\0') return false;
+    pattern = anchor + 1;
+    text = next + 1;
+    ++next;
+  }
+}
+
+// Generated cases where head, middle and tail meet in every way: heads and
+// tails longer than the text, overlapping in it or meeting exactly, "?"
+// beside stars, several stars, "*" and "?" in the text as ordinary
+// characters, bytes above 0x7F. Patterns are derived from a text, with
+// pieces copied from another text, so that a good share of them match.
+class WildcardSplit : public ::testing::TestWithParam<bool> {};
+
+TEST_P(WildcardSplit, AgreesWithTheSinglePassMatcherAndTheRecursiveRules) {
+  const bool caseSensitive = GetParam();
+  std::mt19937 random(caseSensitive ? 21 : 22);
+  const char alphabet[] = "abcABC.xX*?\xe9\xc9\xff";
+  auto randomText = [&](std::size_t maxLength) {
+    std::string text(random() % (maxLength + 1), ' ');
+    for (char& c : text) c = alphabet[random() % (sizeof alphabet - 1)];
+    return text;
+  };
+  int matches = 0;
+  int total = 0;
+  int withTail = 0;
+  for (int i = 0; i < 40000; ++i) {
+    const std::string text = randomText(14);
+    std::string pattern;
+    if (i % 4 == 0) {
+      pattern = randomText(8);
+    } else {
+      const std::string& source = (i % 4 == 1) ? randomText(14) : text;
+      for (std::size_t k = 0; k < source.size();) {
+        const unsigned choice = random() % 12;
+        if (choice < 2) {
+          pattern += '?';
+          ++k;
+        } else if (choice < 4) {
+          pattern += (random() % 3 == 0) ? "**" : "*";
+          k += random() % 5;
+        } else if (choice < 5) {
+          pattern += static_cast<char>(std::toupper(static_cast<unsigned char>(source[k++])));
+        } else if (choice < 6) {
+          pattern += static_cast<char>(std::tolower(static_cast<unsigned char>(source[k++])));
+        } else {
+          pattern += source[k++];
+        }
+      }
+      if (random() % 3 == 0) pattern.insert(random() % (pattern.size() + 1), "*");
+      if (random() % 6 == 0) pattern += randomText(3);
+    }
+    const bool ours = kivMatchesWildcardPattern(pattern.c_str(), text.c_str(), caseSensitive);
+    ASSERT_EQ(ours, singlePassReference(pattern.c_str(), text.c_str(), caseSensitive))
+        << "pattern '" << pattern << "' text '" << text << "'";
+    ASSERT_EQ(ours, recursiveReference(pattern.c_str(), text.c_str(), caseSensitive))
+        << "pattern '" << pattern << "' text '" << text << "'";
+    matches += ours ? 1 : 0;
+    const std::size_t lastStar = pattern.rfind('*');
+    if (lastStar != std::string::npos && lastStar + 1 < pattern.size()) ++withTail;
+    ++total;
+  }
+  EXPECT_GT(matches, total / 5);
+  EXPECT_LT(matches, total * 4 / 5);
+  EXPECT_GT(withTail, total / 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(CaseSensitiveAndFolded, WildcardSplit, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                           return info.param ? std::string("CaseSensitive")
+                                             : std::string("CaseFolded");
+                         });
+
+// The case mapping changes between matches.
+class WildcardLocaleTest : public ::testing::Test {
+ protected:
+  // A Latin-1 locale, where toupper maps 0xE9 to 0xC9; "C" maps neither.
+  // Made once: localedef takes a while.
+  static void SetUpTestSuite() {
+    s_pDir = new kivtest::TempDir;
+    const std::string command =
+        "localedef -c -i de_DE -f ISO-8859-1 '" + (*s_pDir / "latin1") + "' >/dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+  }
+  static void TearDownTestSuite() {
+    delete s_pDir;
+    s_pDir = nullptr;
+  }
+
+  WildcardLocaleTest() : m_saved(std::setlocale(LC_CTYPE, nullptr)) {
+    m_locpath.set(s_pDir->path());
+  }
+  ~WildcardLocaleTest() override { std::setlocale(LC_CTYPE, m_saved.c_str()); }
+
+  // The accented letter in the head, in the tail and in the middle.
+  static bool foldsAccent() {
+    const bool head = kivMatchesWildcardPattern("caf\xe9", "CAF\xc9", false);
+    const bool tail = kivMatchesWildcardPattern("*\xe9", "CAF\xc9", false);
+    const bool middle = kivMatchesWildcardPattern("*\xe9*s", "CAF\xc9S", false);
+    EXPECT_EQ(head, tail);
+    EXPECT_EQ(head, middle);
+    return head;
+  }
+
+  static kivtest::TempDir* s_pDir;
+  std::string m_saved;
+  kivtest::EnvGuard m_locpath{"LOCPATH"};
+};
+
+kivtest::TempDir* WildcardLocaleTest::s_pDir = nullptr;
+
+TEST_F(WildcardLocaleTest, FollowsTheProcessLocale) {
+  ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+  EXPECT_FALSE(foldsAccent());
+  ASSERT_NE(std::setlocale(LC_CTYPE, "latin1"), nullptr);
+  EXPECT_TRUE(foldsAccent());
+  EXPECT_FALSE(kivMatchesWildcardPattern("*\xe9", "CAF\xc9", true));
+  ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+  EXPECT_FALSE(foldsAccent());
+  EXPECT_TRUE(kivMatchesWildcardPattern("*.TXT", "readme.txt", false));
+}
+
+TEST_F(WildcardLocaleTest, FollowsAThreadLocale) {
+  ASSERT_NE(std::setlocale(LC_CTYPE, "latin1"), nullptr);
+  const locale_t latin1 = duplocale(LC_GLOBAL_LOCALE);
+  ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+  ASSERT_NE(latin1, static_cast<locale_t>(nullptr));
+  EXPECT_FALSE(foldsAccent());
+  const locale_t before = uselocale(latin1);
+  const bool inLatin1 = foldsAccent();
+  uselocale(before);
+  EXPECT_TRUE(inLatin1);
+  EXPECT_FALSE(foldsAccent());
+
+  // A thread of its own: "C" first, then its own Latin-1 locale, while
+  // this thread stays in "C".
+  bool threadBefore = true;
+  bool threadAfter = false;
+  std::thread([&] {
+    threadBefore = foldsAccent();
+    const locale_t saved = uselocale(latin1);
+    threadAfter = foldsAccent();
+    uselocale(saved);
+  }).join();
+  freelocale(latin1);
+  EXPECT_FALSE(threadBefore);
+  EXPECT_TRUE(threadAfter);
+  EXPECT_FALSE(foldsAccent());
+}
+
+TEST_F(WildcardLocaleTest, EachThreadFoldsWithItsOwnMapping) {
+  // This thread matches under Latin-1 first; another thread then sets "C"
+  // and matches under it, and this thread still folds as before.
+  ASSERT_NE(std::setlocale(LC_CTYPE, "latin1"), nullptr);
+  EXPECT_TRUE(foldsAccent());
+  bool inOtherThread = true;
+  std::thread([&] {
+    std::setlocale(LC_CTYPE, "C");
+    inOtherThread = foldsAccent();
+  }).join();
+  EXPECT_FALSE(inOtherThread);
+  ASSERT_NE(std::setlocale(LC_CTYPE, "latin1"), nullptr);
+  EXPECT_TRUE(foldsAccent());
+}
 
 }  // namespace
