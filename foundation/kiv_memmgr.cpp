@@ -66,9 +66,16 @@ void KivClMemoryManager::outOfMemory(const char* location, std::int32_t line, st
   throw KivClExceptionFatal(error, location, static_cast<std::uint32_t>(line));
 }
 
-extern "C" {
+namespace {
 
-void* kivMalloc(std::size_t size) { return KivClMemoryManager::allocate(size); }
+// kivMalloc and kivFree are inline in the header; these references make
+// the library emit and export them for callers that link against the names.
+[[maybe_unused]] __attribute__((used)) void* (*const gs_pfnExportMalloc)(std::size_t) = &kivMalloc;
+[[maybe_unused]] __attribute__((used)) void (*const gs_pfnExportFree)(void*) = &kivFree;
+
+}  // namespace
+
+extern "C" {
 
 void* kivCalloc(std::size_t count, std::size_t size) {
   const std::size_t bytes = count * size;  // wraps on purpose; see the header
@@ -78,15 +85,6 @@ void* kivCalloc(std::size_t count, std::size_t size) {
 }
 
 void* kivRealloc(void* ptr, std::size_t size) { return KivClMemoryManager::realloc(ptr, size); }
-
-// The body of KivClMemoryManager::free again rather than a call of it: the
-// pair kivMalloc and kivFree is on the hot path of every client, and a jump
-// through one more function costs a measurable share of a small free.
-void kivFree(void* ptr) {
-  if (ptr == nullptr) return;
-  const KivPfuDeallocator deallocator = KivClMemoryManager::cv_pfuDeallocatorCallback;
-  if (deallocator != nullptr) deallocator(ptr);
-}
 
 void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,
                             KivPfuDeallocator deallocator) {

@@ -97,7 +97,11 @@ inline void* KivClMemoryManager::allocate(std::size_t size) {
 extern "C" {
 
 /// At least `size` bytes from the current allocator; never null.
-KIV_EXPORT void* kivMalloc(std::size_t size);
+///
+/// kivMalloc and kivFree are defined here, inline, so that a C++ caller
+/// reaches the allocator in one call, as with malloc itself; the library
+/// still exports both for callers that link against them by name.
+KIV_EXPORT inline void* kivMalloc(std::size_t size) { return KivClMemoryManager::allocate(size); }
 
 /// count x size zeroed bytes; never null. The product is computed in 64-bit
 /// arithmetic WITHOUT an overflow check: a product that wraps is allocated
@@ -108,7 +112,10 @@ KIV_EXPORT void* kivCalloc(std::size_t count, std::size_t size);
 KIV_EXPORT void* kivRealloc(void* ptr, std::size_t size);
 
 /// KivClMemoryManager::free(ptr); null is ignored.
-KIV_EXPORT void kivFree(void* ptr);
+KIV_EXPORT inline void kivFree(void* ptr) {
+  const KivPfuDeallocator deallocator = KivClMemoryManager::cv_pfuDeallocatorCallback;
+  if (ptr != nullptr && deallocator != nullptr) deallocator(ptr);
+}
 
 /// KivClMemoryManager::setNewMemoryManager(allocator, reallocator, deallocator).
 KIV_EXPORT void kivSetNewMemoryManager(KivPfuAllocator allocator, KivPfuReallocator reallocator,

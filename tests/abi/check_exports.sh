@@ -23,5 +23,13 @@ if [ -n "$bad" ]; then
   printf '%s\n' "$bad" >&2
   exit 1
 fi
+# kivMalloc and kivFree are inline in their header; the library must still
+# export them for programs that link against the names.
+for name in kivMalloc kivCalloc kivRealloc kivFree; do
+  if ! printf '%s\n' "$symbols" | grep -qx "$name"; then
+    echo "libkiv.so does not export $name" >&2
+    exit 1
+  fi
+done
 count=$(printf '%s\n' "$symbols" | wc -l)
 echo "$count exported names, all the library's own"
