@@ -2,8 +2,8 @@
 // tool's compiled-in table as the fallback.
 //
 // A tool defines its text ids (an enumeration counted from 0) and its
-// compiled-in table, and derives a class with a get() over its own ids
-// from this one, so that the ids stay typed in the tool's code.
+// compiled-in table, and derives its texts from TypedToolTexts<its ids>,
+// whose get() takes only those ids.
 //
 // Opening the catalog sets the locale of the whole process
 // (setlocale(LC_ALL, ""), see kiv_msgcat.hpp): the tools run a single
@@ -34,6 +34,20 @@ class ToolTexts {
 
  private:
   KivClMessageCatalog m_catalog;
+};
+
+/// ToolTexts whose get() takes the tool's own text ids.
+template <typename TextId>
+class TypedToolTexts : public ToolTexts {
+ public:
+  using ToolTexts::ToolTexts;
+
+  /// Text `id` with up to four inserts (null: none). Never fails: a text
+  /// that cannot be found reads as the library's fallback text.
+  KivClMessage get(TextId id, const char* insert1 = nullptr, const char* insert2 = nullptr,
+                   const char* insert3 = nullptr, const char* insert4 = nullptr) const {
+    return text(static_cast<unsigned long>(id), insert1, insert2, insert3, insert4);
+  }
 };
 
 }  // namespace kivtool

@@ -68,16 +68,9 @@ const char* const* builtInTexts();
 
 /// The tool's catalog: "kivconv.cat" when one is installed, else the
 /// compiled-in table (see kiv_tool_texts.hpp).
-class Texts : public kivtool::ToolTexts {
+class Texts : public kivtool::TypedToolTexts<TextId> {
  public:
-  Texts() : ToolTexts("kivconv", builtInTexts(), TXT_TABLE_SIZE) {}
-
-  /// Text `id` with up to four inserts (null: none). Never fails: a text
-  /// that cannot be found reads as the library's fallback text.
-  KivClMessage get(TextId id, const char* insert1 = nullptr, const char* insert2 = nullptr,
-                   const char* insert3 = nullptr, const char* insert4 = nullptr) const {
-    return text(id, insert1, insert2, insert3, insert4);
-  }
+  Texts() : TypedToolTexts("kivconv", builtInTexts(), TXT_TABLE_SIZE) {}
 };
 
 
