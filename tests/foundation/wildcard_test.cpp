@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "kiv_base.hpp"
+#include "kiv_latin1_locale.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -331,26 +332,8 @@ INSTANTIATE_TEST_SUITE_P(CaseSensitiveAndFolded, WildcardSplit, ::testing::Bool(
                          });
 
 // The case mapping changes between matches.
-class WildcardLocaleTest : public ::testing::Test {
+class WildcardLocaleTest : public kivtest::Latin1LocaleTest {
  protected:
-  // A Latin-1 locale, where toupper maps 0xE9 to 0xC9; "C" maps neither.
-  // Made once: localedef takes a while.
-  static void SetUpTestSuite() {
-    s_pDir = new kivtest::TempDir;
-    const std::string command =
-        "localedef -c -i de_DE -f ISO-8859-1 '" + (*s_pDir / "latin1") + "' >/dev/null 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-  }
-  static void TearDownTestSuite() {
-    delete s_pDir;
-    s_pDir = nullptr;
-  }
-
-  WildcardLocaleTest() : m_saved(std::setlocale(LC_CTYPE, nullptr)) {
-    m_locpath.set(s_pDir->path());
-  }
-  ~WildcardLocaleTest() override { std::setlocale(LC_CTYPE, m_saved.c_str()); }
-
   // The accented letter in the head, in the tail and in the middle.
   static bool foldsAccent() {
     const bool head = kivMatchesWildcardPattern("caf\xe9", "CAF\xc9", false);
@@ -361,12 +344,7 @@ class WildcardLocaleTest : public ::testing::Test {
     return head;
   }
 
-  static kivtest::TempDir* s_pDir;
-  std::string m_saved;
-  kivtest::EnvGuard m_locpath{"LOCPATH"};
 };
-
-kivtest::TempDir* WildcardLocaleTest::s_pDir = nullptr;
 
 TEST_F(WildcardLocaleTest, FollowsTheProcessLocale) {
   ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);

@@ -19,6 +19,7 @@
 
 #include "inifile_test_support.hpp"
 #include "kiv_inifile.hpp"
+#include "kiv_latin1_locale.hpp"
 #include "kiv_test_support.hpp"
 
 namespace {
@@ -216,26 +217,8 @@ TEST(IniFileIndexTest, AnswersAsTheWalkInAFileOfManyNames) {
 // The case mapping changes under a built index
 // ---------------------------------------------------------------------------
 
-class IniFileIndexLocaleTest : public ::testing::Test {
+class IniFileIndexLocaleTest : public kivtest::Latin1LocaleTest {
  protected:
-  // A Latin-1 locale, where toupper maps 0xE9 to 0xC9; "C" maps neither.
-  // Made once: localedef takes a while.
-  static void SetUpTestSuite() {
-    s_pDir = new kivtest::TempDir;
-    const std::string command =
-        "localedef -c -i de_DE -f ISO-8859-1 '" + (*s_pDir / "latin1") + "' >/dev/null 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-  }
-  static void TearDownTestSuite() {
-    delete s_pDir;
-    s_pDir = nullptr;
-  }
-
-  IniFileIndexLocaleTest() : m_saved(std::setlocale(LC_CTYPE, nullptr)) {
-    m_locpath.set(s_pDir->path());
-  }
-  ~IniFileIndexLocaleTest() override { std::setlocale(LC_CTYPE, m_saved.c_str()); }
-
   // A file whose second section is named with an upper-case 0xC9, behind
   // many sections so that lookups build the index.
   void load() {
@@ -252,13 +235,8 @@ class IniFileIndexLocaleTest : public ::testing::Test {
     return result;
   }
 
-  static kivtest::TempDir* s_pDir;
-  std::string m_saved;
-  kivtest::EnvGuard m_locpath{"LOCPATH"};
   KivClIniFile m_ini{kivtest::unusedIniName()};
 };
-
-kivtest::TempDir* IniFileIndexLocaleTest::s_pDir = nullptr;
 
 TEST_F(IniFileIndexLocaleTest, FollowsTheProcessLocale) {
   load();
