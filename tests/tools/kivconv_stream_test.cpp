@@ -22,22 +22,26 @@ struct Converted {
   Outcome outcome;
 };
 
-// Runs `input` through a stream that reads `chunk` bytes at a time (the
-// reader also hands out fewer bytes now and then, as a pipe does).
+// A reader for Stream::run that hands out `input` from the start, as much
+// as is asked for each time, then nothing.
+auto readerOf(const std::string& input) {
+  return [&input, position = std::size_t{0}](char* buffer, std::size_t size) mutable {
+    const std::size_t count = std::min(size, input.size() - position);
+    std::memcpy(buffer, input.data() + position, count);
+    position += count;
+    return static_cast<long>(count);
+  };
+}
+
+// Runs `input` through a stream that reads `chunk` bytes at a time.
 Converted convertStream(unsigned from, unsigned to, const std::string& input, std::size_t chunk,
                         bool substitute = false,
                         std::size_t outputSize = Stream::kDefaultOutputSize) {
   Stream stream{KivClCCSID(from), KivClCCSID(to), chunk, substitute, outputSize};
   EXPECT_TRUE(stream.isSupported()) << from << " to " << to;
-  std::size_t position = 0;
   Converted converted;
   converted.outcome = stream.run(
-      [&](char* buffer, std::size_t size) {
-        const std::size_t count = std::min(size, input.size() - position);
-        std::memcpy(buffer, input.data() + position, count);
-        position += count;
-        return static_cast<long>(count);
-      },
+      readerOf(input),
       [&](const char* data, std::size_t size) {
         converted.output.append(data, size);
         return true;
@@ -318,14 +322,8 @@ TEST(KivconvStream, RejectsUnpairedSurrogatesInUcs2) {
 TEST(KivconvStream, StopsWhenTheWriterFails) {
   Stream stream{KivClCCSID(1208), KivClCCSID(1200), 4};
   const std::string input = "abcdefgh";
-  std::size_t position = 0;
   const Outcome outcome = stream.run(
-      [&](char* buffer, std::size_t size) {
-        const std::size_t count = std::min(size, input.size() - position);
-        std::memcpy(buffer, input.data() + position, count);
-        position += count;
-        return static_cast<long>(count);
-      },
+      readerOf(input),
       [](const char*, std::size_t) { return false; });
   EXPECT_EQ(outcome.status, Outcome::Status::WRITE_FAILED);
 }
@@ -336,14 +334,8 @@ TEST(KivconvStream, OneStreamConvertsOneInputAfterTheOther) {
   Stream stream{KivClCCSID(939), KivClCCSID(1208), 2};
   std::string collected;
   const auto runOn = [&](const std::string& input) {
-    std::size_t position = 0;
     return stream.run(
-        [&](char* buffer, std::size_t size) {
-          const std::size_t count = std::min(size, input.size() - position);
-          std::memcpy(buffer, input.data() + position, count);
-          position += count;
-          return static_cast<long>(count);
-        },
+        readerOf(input),
         [&](const char* data, std::size_t size) {
           collected.append(data, size);
           return true;
